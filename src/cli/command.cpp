@@ -1,0 +1,74 @@
+#include "cli/command.h"
+
+#include <algorithm>
+#include <ostream>
+
+#ifndef KORVALUME_VERSION
+#define KORVALUME_VERSION "unknown"
+#endif
+
+namespace korvalume::cli {
+
+std::vector<Command>& commandRegistry() {
+    static std::vector<Command> commands;
+    return commands;
+}
+
+CommandRegistration::CommandRegistration(Command command) {
+    commandRegistry().push_back(std::move(command));
+}
+
+namespace {
+
+void printUsage(std::ostream& out) {
+    out << "Usage: korvalume COMMAND [ARGS...]\n\n"
+           "Korvalume Desk: combine a shoot's session logs, read the camera cards and\n"
+           "write a Premiere Pro XML timeline with every clip in place.\n\n"
+           "Commands:\n";
+    auto commands = commandRegistry();
+    std::sort(commands.begin(), commands.end(),
+              [](const Command& a, const Command& b) { return a.name < b.name; });
+    for (const auto& command : commands) {
+        out << "  " << command.name;
+        for (auto i = command.name.size(); i < 10; ++i)
+            out << ' ';
+        out << command.summary << '\n';
+    }
+    out << "\nRun 'korvalume COMMAND --help' for a command's options and examples.\n"
+           "Exit codes: 0 done, 1 input problem, 2 usage error.\n";
+}
+
+} // namespace
+
+int runCommandLine(std::span<const std::string> args, Io& io) {
+    if (args.empty()) {
+        printUsage(io.err);
+        return Usage;
+    }
+    const std::string& first = args.front();
+    if (first == "--help" || first == "-h" || first == "help") {
+        printUsage(io.out);
+        return Done;
+    }
+    if (first == "--version") {
+        io.out << "korvalume " << KORVALUME_VERSION << '\n';
+        return Done;
+    }
+    const auto& commands = commandRegistry();
+    auto found = std::find_if(commands.begin(), commands.end(),
+                              [&](const Command& c) { return c.name == first; });
+    if (found == commands.end()) {
+        io.err << "korvalume: unknown command '" << first << "'\n";
+        printUsage(io.err);
+        return Usage;
+    }
+    auto rest = args.subspan(1);
+    if (std::find(rest.begin(), rest.end(), "--help") != rest.end() ||
+        std::find(rest.begin(), rest.end(), "-h") != rest.end()) {
+        io.out << found->help;
+        return Done;
+    }
+    return found->run(rest, io);
+}
+
+} // namespace korvalume::cli

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <iosfwd>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace korvalume::cli {
+
+// Exit codes shared by every subcommand.
+enum ExitCode : int { Done = 0, InputProblem = 1, Usage = 2 };
+
+// Where a command writes; tests hand in string streams.
+struct Io {
+    std::ostream& out;
+    std::ostream& err;
+    bool errIsTerminal = false;
+};
+
+struct Command {
+    std::string_view name;
+    std::string_view summary;
+    std::string_view help; // full text for `korvalume NAME --help`, examples included
+    std::function<int(std::span<const std::string> args, Io& io)> run;
+};
+
+// Every subcommand registers itself from its own source file, so adding one
+// touches nothing else.
+std::vector<Command>& commandRegistry();
+
+struct CommandRegistration {
+    explicit CommandRegistration(Command command);
+};
+
+// Runs `korvalume ARGS...` (ARGS without the program name).
+int runCommandLine(std::span<const std::string> args, Io& io);
+
+} // namespace korvalume::cli

@@ -1,0 +1,76 @@
+#include "time/master_time.h"
+
+#include <QDateTime>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace korvalume::MasterTime {
+
+namespace {
+
+int offsetAt(double t, const QTimeZone& zone) {
+    if (!std::isfinite(t))
+        return 0;
+    // Outside QDateTime's range the offset at the nearest representable moment is used.
+    const double ms = std::clamp(std::floor(t) * 1000.0, -8.0e15, 8.0e15);
+    return zone.offsetFromUtc(QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(ms), Qt::UTC));
+}
+
+} // namespace
+
+double secondsOfDay(double t, const QTimeZone& zone) {
+    const double local = t + offsetAt(t, zone);
+    return local - std::floor(local / 86400.0) * 86400.0;
+}
+
+Timecode timeOfDay(double t, const FrameRate& rate, const QTimeZone& zone) {
+    const double s = secondsOfDay(t, zone);
+    const std::int64_t base = rate.tcBase();
+    if (!std::isfinite(s) || base < 1) {
+        std::fprintf(stderr, "korvalume: timeOfDay needs a finite instant and a positive base\n");
+        std::abort();
+    }
+    const auto whole = static_cast<std::int64_t>(s);
+    const double part = (s - double(whole)) * double(base);
+    const std::int64_t frames = std::min(base - 1, static_cast<std::int64_t>(part));
+    return Timecode{whole / 3600, (whole / 60) % 60, whole % 60, frames, false};
+}
+
+double instant(double secondsOfDayValue, double near, const QTimeZone& zone) {
+    const double dayStart = near - secondsOfDay(near, zone);
+    double c = dayStart + secondsOfDayValue;
+    if (c - near > 43200)
+        c -= 86400;
+    if (near - c > 43200)
+        c += 86400;
+    return c;
+}
+
+std::string clock(double duration) {
+    if (std::isinf(duration) && duration > 0) {
+        std::fprintf(stderr, "korvalume: clock of an infinite duration\n");
+        std::abort();
+    }
+    const double clamped = (std::isnan(duration) || duration < 0) ? 0 : duration;
+    const auto s = static_cast<long long>(std::min(clamped, 9.0e18));
+    char buffer[64];
+    if (s < 3600)
+        std::snprintf(buffer, sizeof buffer, "%02lld:%02lld", s / 60, s % 60);
+    else
+        std::snprintf(buffer, sizeof buffer, "%lld:%02lld:%02lld", s / 3600, (s / 60) % 60, s % 60);
+    return buffer;
+}
+
+QTimeZone zoneFromOffset(std::optional<std::int64_t> secondsEast) {
+    if (secondsEast && *secondsEast >= -14 * 3600 && *secondsEast <= 14 * 3600) {
+        QTimeZone zone(static_cast<int>(*secondsEast));
+        if (zone.isValid())
+            return zone;
+    }
+    return QTimeZone::systemTimeZone();
+}
+
+} // namespace korvalume::MasterTime
