@@ -1,0 +1,58 @@
+// Decodes arbitrary bytes as a session log. Whatever is accepted must encode,
+// read back equal, encode to the same bytes, be accepted by nlohmann-json too,
+// and survive every operation on the document.
+#include "session/session_doc.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+namespace {
+
+void require(bool condition, const char* what) {
+    if (!condition) {
+        std::fprintf(stderr, "session_log_fuzzer: %s\n", what);
+        std::abort();
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    auto decoded = korvalume::SessionDoc::decode(text);
+    if (!decoded) {
+        require(!decoded.error().empty(), "refusal without a reason");
+        return 0;
+    }
+    const korvalume::SessionDoc& doc = *decoded;
+    require(!nlohmann::json::parse(text, nullptr, false).is_discarded(),
+            "accepted what nlohmann-json refuses");
+
+    const auto bytes = doc.encoded();
+    require(bytes.ok(), "a decoded log does not encode");
+    const auto again = korvalume::SessionDoc::decode(*bytes);
+    require(again.ok(), "an encoded log does not decode");
+    require(*again == doc, "round trip changed the log");
+    require(again->encoded().value() == *bytes, "same log, other bytes");
+
+    // The operations must cope with whatever a file can hold.
+    korvalume::SessionDoc combined = doc;
+    const auto lines = combined.report(doc);
+    require(!lines.empty(), "empty report");
+    combined.merge(doc);
+    // Combining sorts; once sorted, a log adds nothing to itself.
+    require(combined.covers(doc), "a combined log does not cover its source");
+    for (const auto& camera : doc.cameras) {
+        (void)doc.summary(camera, doc.startedAt);
+        (void)doc.clips(camera.id);
+    }
+    (void)doc.nextCameraName(korvalume::Camera::Kind::camera);
+    const std::string device = doc.cameras.empty() ? "" : doc.cameras.front().ownerID;
+    combined.finish(device, doc.startedAt, korvalume::FinishScope::everyone);
+    require(combined.encoded().ok(), "a finished log does not encode");
+    return 0;
+}

@@ -1,0 +1,275 @@
+// `korvalume plan`: place every clip of the given card folders on the session's clock.
+#include "cli/command.h"
+#include "media/media_reader.h"
+#include "session/log_opening.h"
+#include "sync/shoot_plan.h"
+#include "time/master_time.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace korvalume::cli {
+namespace {
+
+constexpr std::string_view planHelp =
+    R"(Usage: korvalume plan LOG... --folder CAMERA=DIR [--folder CAMERA=DIR ...] [--json]
+
+Opens the session logs as 'korvalume log' does, reads each card folder as
+'korvalume scan' does, and places every clip of each camera given a folder on
+the session's master clock: by its timecode through the camera's timecode
+scans (TIMECODE), by the logged recording it matches (LOGGED), by timecode
+learned from the matched clips (TIMECODE + LOG), or not at all (NOT PLACED,
+with the reason).
+
+CAMERA is a camera's name, without regard to case, or its id.
+
+For each camera: its warnings, then each clip with its method, its start as
+time of day in the session's time zone and as timecode at the session's rate,
+or why it was not placed.
+
+Options:
+  --folder CAMERA=DIR  the folder that CAMERA's card was copied to (repeatable)
+  --json               print {"cameras":[{"id","name","folder","warnings",
+                       "clips":[{"path","name","start","method","note"}]}]};
+                       "start" is master-clock seconds since 1970 (absent when
+                       not placed), "note" is absent when placed
+
+Examples:
+  korvalume plan shoot.korvalume --folder "CAM A=/Volumes/A001" --folder "cam b=Cards/B"
+  korvalume plan phone-a.korvalume phone-b.korvalume --folder "SOUND A=Cards/Zoom" --json
+
+Exit codes: 0 planned, 1 no log could be opened or a folder cannot be read,
+2 usage error (including a camera the session does not have).
+)";
+
+struct FolderArgument {
+    std::string camera;
+    std::string folder;
+};
+
+struct Options {
+    std::vector<std::string> logs;
+    std::vector<FolderArgument> folders;
+    bool json = false;
+};
+
+std::optional<FolderArgument> parseFolder(const std::string& text, std::ostream& err) {
+    const auto equals = text.find('=');
+    if (equals == std::string::npos || equals == 0 || equals + 1 == text.size()) {
+        err << "korvalume plan: --folder takes CAMERA=DIR, not '" << text << "'\n";
+        return std::nullopt;
+    }
+    return FolderArgument{text.substr(0, equals), text.substr(equals + 1)};
+}
+
+std::optional<Options> parseOptions(std::span<const std::string> args, std::ostream& err) {
+    Options options;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        std::optional<std::string> folderText;
+        if (arg == "--json") {
+            options.json = true;
+        } else if (arg == "--folder") {
+            if (i + 1 >= args.size()) {
+                err << "korvalume plan: --folder needs CAMERA=DIR\n";
+                return std::nullopt;
+            }
+            folderText = args[++i];
+        } else if (arg.starts_with("--folder=")) {
+            folderText = arg.substr(std::string_view("--folder=").size());
+        } else if (arg == "--") {
+            options.logs.insert(options.logs.end(), args.begin() + std::ptrdiff_t(i) + 1,
+                                args.end());
+            break;
+        } else if (arg.size() > 1 && arg[0] == '-') {
+            err << "korvalume plan: unknown option '" << arg << "'\n";
+            return std::nullopt;
+        } else {
+            options.logs.push_back(arg);
+        }
+        if (folderText) {
+            auto folder = parseFolder(*folderText, err);
+            if (!folder)
+                return std::nullopt;
+            options.folders.push_back(std::move(*folder));
+        }
+    }
+    if (options.logs.empty()) {
+        err << "korvalume plan: no session log given (see 'korvalume plan --help')\n";
+        return std::nullopt;
+    }
+    if (options.folders.empty()) {
+        err << "korvalume plan: no card folder given; use --folder CAMERA=DIR\n";
+        return std::nullopt;
+    }
+    return options;
+}
+
+std::string cameraList(const SessionDoc& doc) {
+    std::string list;
+    for (const auto& camera : doc.cameras) {
+        if (!list.empty())
+            list += ", ";
+        list += camera.name;
+    }
+    return list.empty() ? "none" : list;
+}
+
+// Instants this far from 1970 have no sensible time of day.
+constexpr double wallClockLimit = 1e11;
+
+std::string startText(double start, const SessionDoc& doc, const QTimeZone& zone) {
+    if (!std::isfinite(start) || std::abs(start) > wallClockLimit)
+        return "at " + std::to_string(start) + " s";
+    const double seconds = MasterTime::secondsOfDay(start, zone);
+    const auto millis = static_cast<long long>(std::floor(seconds * 1000));
+    char clock[32];
+    std::snprintf(clock, sizeof clock, "%02lld:%02lld:%02lld.%03lld", millis / 3'600'000,
+                  millis / 60'000 % 60, millis / 1000 % 60, millis % 1000);
+    return std::string(clock) + "  " + MasterTime::timeOfDay(start, doc.fps, zone).string();
+}
+
+void printText(const SessionDoc& doc, const std::vector<CameraPlan>& plans,
+               const std::vector<std::string>& folders, std::ostream& out) {
+    const QTimeZone zone = doc.timeZone();
+    for (std::size_t p = 0; p < plans.size(); ++p) {
+        const CameraPlan& plan = plans[p];
+        if (p > 0)
+            out << '\n';
+        out << plan.camera.name << "  " << folders[p] << "  (" << plan.placed().size() << " of "
+            << plan.clips.size() << " clips placed)\n";
+        for (const auto& warning : plan.warnings)
+            out << "  warning: " << warning << '\n';
+        std::size_t nameWidth = 0;
+        for (const auto& clip : plan.clips)
+            nameWidth = std::max(nameWidth, clip.file.name().size());
+        for (const auto& clip : plan.clips) {
+            std::string line = "  " + clip.file.name();
+            line.resize(2 + nameWidth + 2, ' ');
+            std::string method(label(clip.method));
+            method.resize(16, ' ');
+            line += method;
+            if (clip.start)
+                line += startText(*clip.start, doc, zone);
+            if (clip.note)
+                line += *clip.note;
+            out << line << '\n';
+        }
+    }
+}
+
+void printJson(const std::vector<CameraPlan>& plans, const std::vector<std::string>& folders,
+               std::ostream& out) {
+    auto cameras = nlohmann::ordered_json::array();
+    for (std::size_t p = 0; p < plans.size(); ++p) {
+        const CameraPlan& plan = plans[p];
+        auto clips = nlohmann::ordered_json::array();
+        for (const auto& clip : plan.clips) {
+            nlohmann::ordered_json entry{{"path", clip.file.path}, {"name", clip.file.name()}};
+            if (clip.start)
+                entry["start"] = *clip.start;
+            entry["method"] = label(clip.method);
+            if (clip.note)
+                entry["note"] = *clip.note;
+            clips.push_back(std::move(entry));
+        }
+        cameras.push_back({{"id", plan.camera.id.string()},
+                           {"name", plan.camera.name},
+                           {"folder", folders[p]},
+                           {"warnings", plan.warnings},
+                           {"clips", std::move(clips)}});
+    }
+    const nlohmann::ordered_json document{{"cameras", std::move(cameras)}};
+    // File names need not be UTF-8; such bytes are replaced rather than refused.
+    out << document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+}
+
+std::vector<ClipFile> readCard(const std::string& folder, Io& io) {
+    MediaReader::ScanOptions options;
+    if (io.errIsTerminal) {
+        options.progress = [&io, &folder](const MediaReader::ScanProgress& progress) {
+            io.err << "\rreading " << folder << ": " << progress.filesDone << "/"
+                   << progress.filesTotal << " files\x1b[K" << std::flush;
+        };
+    }
+    auto clips = MediaReader::clips(folder, options);
+    if (io.errIsTerminal)
+        io.err << "\r\x1b[K" << std::flush;
+    return clips;
+}
+
+int runPlan(std::span<const std::string> args, Io& io) {
+    const auto options = parseOptions(args, io.err);
+    if (!options)
+        return Usage;
+
+    const OpenedLogs opened = openLogs(options->logs);
+    for (const auto& message : opened.messages) {
+        io.err << message.text;
+        if (!message.detail.empty())
+            io.err << " (" << message.detail << ")";
+        io.err << '\n';
+    }
+    if (!opened.doc) {
+        io.err << "korvalume plan: no session log could be opened\n";
+        return InputProblem;
+    }
+    const SessionDoc& doc = *opened.doc;
+
+    std::vector<SyncMap::CameraCard> cards;
+    for (const auto& argument : options->folders) {
+        const auto camera = SyncMap::findCamera(doc, argument.camera);
+        if (!camera) {
+            io.err << "korvalume plan: session '" << doc.name << "' has no camera '"
+                   << argument.camera << "'; its cameras: " << cameraList(doc) << '\n';
+            return Usage;
+        }
+        const bool repeated = std::any_of(cards.begin(), cards.end(), [&](const auto& card) {
+            return card.cameraID == camera->id;
+        });
+        if (repeated) {
+            io.err << "korvalume plan: camera '" << camera->name << "' was given two folders\n";
+            return Usage;
+        }
+        cards.push_back({camera->id, argument.folder, {}});
+    }
+    for (auto& card : cards) {
+        if (const auto problem = MediaReader::folderProblem(card.folder)) {
+            io.err << "korvalume plan: " << card.folder << ": " << *problem << '\n';
+            return InputProblem;
+        }
+    }
+    for (auto& card : cards)
+        card.files = readCard(card.folder, io);
+
+    const auto plans = SyncMap::planCameras(doc, cards);
+    std::vector<std::string> folders;
+    for (const auto& plan : plans) {
+        for (const auto& card : cards) {
+            if (card.cameraID == plan.camera.id)
+                folders.push_back(card.folder);
+        }
+    }
+    if (options->json)
+        printJson(plans, folders, io.out);
+    else
+        printText(doc, plans, folders, io.out);
+    return Done;
+}
+
+const CommandRegistration registration{{
+    .name = "plan",
+    .summary = "place each camera's clips on the session's clock",
+    .help = planHelp,
+    .run = runPlan,
+}};
+
+} // namespace
+} // namespace korvalume::cli

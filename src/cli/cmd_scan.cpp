@@ -1,0 +1,118 @@
+// korvalume scan: reads a card folder the way the desk does and lists its clips.
+#include "cli/command.h"
+#include "media/clip_json.h"
+#include "media/date_text.h"
+#include "media/media_reader.h"
+
+#include <cstdio>
+#include <iomanip>
+#include <ostream>
+#include <sstream>
+
+namespace korvalume::cli {
+namespace {
+
+constexpr std::string_view scanHelp =
+    R"(Usage: korvalume scan DIR [--json]
+
+Reads every clip in a card folder and its subfolders (mp4, mov, mxf, m4v, wav,
+bwf; hidden files skipped) the way the desk does: Sony XML sidecars first, the
+movie's own headers otherwise, WAV and BWF through their chunk headers. Files
+that cannot be read are left out.
+
+One line per clip: name, duration, frame rate, start (timecode or seconds after
+midnight), creation date (UTC), model and serial, and what the file holds.
+
+Options:
+  --json   print a JSON array of clip objects instead (keys: path, name,
+           duration, frames, rate, startTC, created, model, serial, width,
+           height, audioChannels, slowMotion, audioOnly, sampleRate,
+           startTCSeconds; absent values left out)
+
+Examples:
+  korvalume scan /Volumes/A001
+  korvalume scan "Card dumps/FX6 A" --json > clips.json
+)";
+
+std::string fixed(double value, int decimals) {
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(decimals) << value;
+    return text.str();
+}
+
+std::string describe(const ClipFile& clip) {
+    std::string line = clip.name();
+    line += "  " + fixed(clip.duration, 3) + "s";
+    line += "  " + (clip.rate ? clip.rate->label() : std::string("-"));
+    if (clip.startTC)
+        line += "  tc " + clip.startTC->string();
+    else if (clip.startTCSeconds)
+        line += "  start " + fixed(*clip.startTCSeconds, 3) + "s";
+    else
+        line += "  no start";
+    line += "  " + (clip.created ? DateText::isoUtc(*clip.created) : std::string("-"));
+    std::string device = clip.model;
+    if (!clip.serial.empty())
+        device += (device.empty() ? "#" : " #") + clip.serial;
+    line += "  " + (device.empty() ? std::string("-") : device);
+    if (clip.audioOnly)
+        line += "  audio " + std::to_string(clip.audioChannels) + "ch " +
+                std::to_string(clip.sampleRate) + " Hz";
+    else
+        line += "  video " + std::to_string(clip.width) + "x" + std::to_string(clip.height);
+    if (clip.slowMotion)
+        line += "  slow motion";
+    return line;
+}
+
+int runScan(std::span<const std::string> args, Io& io) {
+    bool json = false;
+    std::vector<std::string> folders;
+    for (const std::string& arg : args) {
+        if (arg == "--json")
+            json = true;
+        else if (arg.starts_with("-") && arg.size() > 1) {
+            io.err << "korvalume scan: unknown option '" << arg << "'\n";
+            return Usage;
+        } else
+            folders.push_back(arg);
+    }
+    if (folders.size() != 1) {
+        io.err << "korvalume scan: expected one folder (korvalume scan DIR [--json])\n";
+        return Usage;
+    }
+    const std::string& folder = folders.front();
+    if (const auto problem = MediaReader::folderProblem(folder)) {
+        io.err << "korvalume scan: " << folder << ": " << *problem << '\n';
+        return InputProblem;
+    }
+
+    MediaReader::ScanOptions options;
+    if (io.errIsTerminal) {
+        options.progress = [&io, &folder](const MediaReader::ScanProgress& progress) {
+            io.err << "\rreading " << folder << ": " << progress.filesDone << "/"
+                   << progress.filesTotal << " files\x1b[K" << std::flush;
+        };
+    }
+    const std::vector<ClipFile> clips = MediaReader::clips(folder, options);
+    if (io.errIsTerminal)
+        io.err << "\r\x1b[K" << std::flush;
+
+    if (json) {
+        io.out << nlohmann::json(clips).dump(2) << '\n';
+        return Done;
+    }
+    for (const ClipFile& clip : clips)
+        io.out << describe(clip) << '\n';
+    return Done;
+}
+
+const CommandRegistration registration{{
+    .name = "scan",
+    .summary = "list the clips of a card folder with their timing metadata",
+    .help = scanHelp,
+    .run = runScan,
+}};
+
+} // namespace
+} // namespace korvalume::cli

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "media/clip_file.h"
+
+#include <QFuture>
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvalume::MediaReader {
+
+struct ScanProgress {
+    std::size_t filesDone = 0;
+    std::size_t filesTotal = 0;
+};
+
+struct ScanOptions {
+    // Called on the scanning thread after every file (and once before the first).
+    std::function<void(const ScanProgress&)> progress;
+};
+
+// Every media file under `folder`, recursively, hidden files skipped, sorted by
+// full path and read one at a time. A file that yields nothing is left out; an
+// unreadable folder or one without media gives an empty list.
+std::vector<ClipFile> clips(const std::string& folder, const ScanOptions& options = {});
+
+// The same scan on a worker thread; several folders may be read at once.
+QFuture<std::vector<ClipFile>> clipsAsync(const std::string& folder, ScanOptions options = {});
+
+// Reads one movie file through libavformat's container headers, never decoding.
+std::optional<ClipFile> read(const std::string& path);
+QFuture<std::optional<ClipFile>> readAsync(const std::string& path);
+
+// Why a folder cannot be listed ("does not exist", "is not a folder", "cannot
+// be read"), or nullopt when it can; `clips` does not tell these from an empty folder.
+std::optional<std::string> folderProblem(const std::string& folder);
+
+} // namespace korvalume::MediaReader

@@ -1,0 +1,312 @@
+#include "media/movie_meta.h"
+
+#include "media/date_text.h"
+
+extern "C" {
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+#include <libavutil/intreadwrite.h>
+#include <libavutil/log.h>
+}
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <mutex>
+
+namespace korvalume::MovieMeta {
+
+namespace {
+
+// Header reads only: enough for the probe and each atom or KLV header; the
+// demuxers seek past media data.
+constexpr int ioBufferSize = 4096;
+constexpr int formatProbeBytes = 4096;
+// The demuxers that read card media; no other demuxer ever sees a file.
+constexpr const char* allowedDemuxers = "mov,mp4,m4a,3gp,3g2,mj2,mxf";
+
+struct IoState {
+    ByteSource& source;
+    std::optional<std::uint64_t> size; // asked once: the demuxers ask on every seek
+    std::uint64_t position = 0;
+};
+
+int readPacket(void* opaque, std::uint8_t* buffer, int size) {
+    auto& io = *static_cast<IoState*>(opaque);
+    if (size <= 0)
+        return AVERROR(EINVAL);
+    const auto got =
+        io.source.readAt(io.position, std::span(reinterpret_cast<std::byte*>(buffer), size));
+    if (!got)
+        return AVERROR(EIO);
+    if (*got == 0)
+        return AVERROR_EOF;
+    io.position += *got;
+    return int(*got);
+}
+
+std::int64_t seekTo(void* opaque, std::int64_t offset, int whence) {
+    auto& io = *static_cast<IoState*>(opaque);
+    const auto size = io.size;
+    whence &= ~AVSEEK_FORCE;
+    if (whence == AVSEEK_SIZE)
+        return size && *size <= std::uint64_t(std::numeric_limits<std::int64_t>::max())
+                   ? std::int64_t(*size)
+                   : AVERROR(ENOSYS);
+    std::int64_t base = 0;
+    if (whence == SEEK_CUR)
+        base = std::int64_t(io.position);
+    else if (whence == SEEK_END) {
+        if (!size)
+            return AVERROR(ENOSYS);
+        base = std::int64_t(*size);
+    } else if (whence != SEEK_SET)
+        return AVERROR(EINVAL);
+    std::int64_t target = 0;
+    if (__builtin_add_overflow(base, offset, &target) || target < 0)
+        return AVERROR(EINVAL);
+    io.position = std::uint64_t(target);
+    return target;
+}
+
+// The demuxers must not open further files (QuickTime references, MXF externals).
+int refuseOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
+    return AVERROR(EPERM);
+}
+
+struct BufferDeleter {
+    void operator()(unsigned char* buffer) const { av_free(buffer); }
+};
+struct AvioDeleter {
+    void operator()(AVIOContext* io) const {
+        av_freep(&io->buffer);
+        avio_context_free(&io);
+    }
+};
+struct FormatDeleter {
+    void operator()(AVFormatContext* format) const { avformat_close_input(&format); }
+};
+struct Options {
+    AVDictionary* entries = nullptr;
+    Options() = default;
+    Options(const Options&) = delete;
+    Options& operator=(const Options&) = delete;
+    ~Options() { av_dict_free(&entries); }
+};
+using AvioPointer = std::unique_ptr<AVIOContext, AvioDeleter>;
+using FormatPointer = std::unique_ptr<AVFormatContext, FormatDeleter>;
+
+void quietLibraryLog() {
+    static std::once_flag once;
+    // A damaged file on a card is expected; its complaints are not ours to print.
+    std::call_once(once, [] { av_log_set_level(AV_LOG_QUIET); });
+}
+
+// An opened container: the I/O context outlives the format context that reads it.
+struct OpenedMovie {
+    std::unique_ptr<IoState> io;
+    AvioPointer avio;
+    FormatPointer format;
+};
+
+std::optional<OpenedMovie> open(ByteSource& source) {
+    quietLibraryLog();
+    OpenedMovie movie;
+    movie.io = std::make_unique<IoState>(IoState{source, source.size()});
+    std::unique_ptr<unsigned char, BufferDeleter> buffer(
+        static_cast<unsigned char*>(av_malloc(ioBufferSize)));
+    if (!buffer)
+        return std::nullopt;
+    movie.avio.reset(avio_alloc_context(buffer.get(), ioBufferSize, 0, movie.io.get(), readPacket,
+                                        nullptr, seekTo));
+    if (!movie.avio)
+        return std::nullopt;
+    buffer.release(); // the context owns it now, and may replace it
+
+    AVFormatContext* format = avformat_alloc_context();
+    if (!format)
+        return std::nullopt;
+    format->pb = movie.avio.get();
+    format->flags |= AVFMT_FLAG_CUSTOM_IO;
+    format->io_open = refuseOpen;
+
+    Options options;
+    av_dict_set(&options.entries, "format_whitelist", allowedDemuxers, 0);
+    av_dict_set_int(&options.entries, "formatprobesize", formatProbeBytes, 0);
+    // On failure avformat_open_input frees the context itself.
+    if (avformat_open_input(&format, nullptr, nullptr, &options.entries) < 0)
+        return std::nullopt;
+    movie.format.reset(format);
+    return movie;
+}
+
+double streamSeconds(const AVStream& stream) {
+    if (stream.duration <= 0 || stream.duration == AV_NOPTS_VALUE || stream.time_base.den <= 0 ||
+        stream.time_base.num <= 0)
+        return 0;
+    return double(stream.duration) * av_q2d(stream.time_base);
+}
+
+double durationSeconds(const AVFormatContext& format) {
+    if (format.duration != AV_NOPTS_VALUE && format.duration > 0)
+        return double(format.duration) / AV_TIME_BASE;
+    // Without the movie header's duration, the longest stream stands for it.
+    double longest = 0;
+    for (unsigned i = 0; i < format.nb_streams; ++i)
+        longest = std::max(longest, streamSeconds(*format.streams[i]));
+    return longest;
+}
+
+const AVStream* firstVideoStream(const AVFormatContext& format) {
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
+        const AVStream* stream = format.streams[i];
+        // Cover art is stored as a one-picture video stream; it is no video track.
+        if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
+            !(stream->disposition & AV_DISPOSITION_ATTACHED_PIC))
+            return stream;
+    }
+    return nullptr;
+}
+
+bool isMxf(const AVFormatContext& format) {
+    return format.iformat && std::string_view(format.iformat->name) == "mxf";
+}
+
+std::optional<double> nominalRate(const AVFormatContext& format, const AVStream& video) {
+    for (const AVRational rate : {video.avg_frame_rate, video.r_frame_rate}) {
+        if (rate.num > 0 && rate.den > 0)
+            return av_q2d(rate);
+    }
+    // MXF's header states the track's edit rate, which libavformat turns into
+    // the stream's time base; the frame rates above come only from analysis.
+    if (isMxf(format) && video.time_base.num > 0 && video.time_base.den > 0)
+        return av_q2d(av_inv_q(video.time_base));
+    return std::nullopt;
+}
+
+std::optional<double> creationDate(const AVFormatContext& format) {
+    // An MXF file carries its recording date as its identification's modification date.
+    for (const char* key : {"creation_time", "modification_date"}) {
+        if (const AVDictionaryEntry* entry = av_dict_get(format.metadata, key, nullptr, 0)) {
+            if (const auto date = DateText::containerDate(entry->value))
+                return date;
+        }
+    }
+    return std::nullopt;
+}
+
+// QuickTime timecode sample description, after the common sample-entry header:
+// reserved(4) flags(4) timescale(4) frameDuration(4) numberOfFrames(1).
+constexpr int tmcdDescriptionLength = 17;
+constexpr std::uint32_t tmcdDropFrameFlag = 0x1;
+
+std::optional<Timecode> quickTimeTimecode(AVFormatContext& format, AVStream& track) {
+    const AVCodecParameters& parameters = *track.codecpar;
+    if (!parameters.extradata || parameters.extradata_size < tmcdDescriptionLength)
+        return std::nullopt;
+    const std::uint32_t flags = AV_RB32(parameters.extradata + 4);
+    const std::uint32_t quanta = parameters.extradata[16];
+    const AVIndexEntry* first = avformat_index_get_entry(&track, 0);
+    if (!first || first->pos < 0 || first->size < 4)
+        return std::nullopt;
+    if (avio_seek(format.pb, first->pos, SEEK_SET) != first->pos)
+        return std::nullopt;
+    std::uint8_t sample[4];
+    if (avio_read(format.pb, sample, 4) != 4)
+        return std::nullopt;
+    return timecodeFromFrameNumber(AV_RB32(sample), quanta, (flags & tmcdDropFrameFlag) != 0);
+}
+
+std::optional<Timecode> startTimecode(AVFormatContext& format, const FrameRate& rate) {
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
+        AVStream& stream = *format.streams[i];
+        if (stream.codecpar->codec_tag == MKTAG('t', 'm', 'c', 'd'))
+            return quickTimeTimecode(format, stream);
+    }
+    // MXF gives its material package's timecode as text only.
+    if (const AVDictionaryEntry* entry = av_dict_get(format.metadata, "timecode", nullptr, 0))
+        return timecodeFromText(entry->value, rate);
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
+        if (const AVDictionaryEntry* entry =
+                av_dict_get(format.streams[i]->metadata, "timecode", nullptr, 0))
+            return timecodeFromText(entry->value, rate);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+FrameRate nearestRate(double nominalFps) {
+    const auto rates = FrameRate::all();
+    if (rates.empty())
+        return FrameRate::pal();
+    FrameRate best = rates.front();
+    double bestDistance = std::abs(best.fps() - nominalFps);
+    for (const FrameRate& rate : rates) {
+        const double distance = std::abs(rate.fps() - nominalFps);
+        if (distance < bestDistance) {
+            best = rate;
+            bestDistance = distance;
+        }
+    }
+    return best;
+}
+
+std::optional<Timecode> timecodeFromFrameNumber(std::uint32_t frameNumber, std::uint32_t quanta,
+                                                bool dropFrame) {
+    if (quanta == 0)
+        return std::nullopt;
+    const std::int64_t base = quanta > 30 ? quanta / 2 : quanta;
+    const std::int64_t count = std::int64_t(frameNumber) * base / std::int64_t(quanta);
+    return Timecode::checkedFromFrameCount(count, base, dropFrame);
+}
+
+std::optional<Timecode> timecodeFromText(std::string_view text, const FrameRate& rate) {
+    auto timecode = Timecode::parse(text);
+    if (!timecode || timecode->hours < 0 || timecode->minutes < 0 || timecode->seconds < 0 ||
+        timecode->frames < 0 || rate.timebase <= 0)
+        return std::nullopt;
+    timecode->frames = timecode->frames * rate.tcBase() / rate.timebase;
+    return timecode;
+}
+
+std::optional<ClipFile> read(ByteSource& source, const std::string& path) {
+    auto movie = open(source);
+    if (!movie)
+        return std::nullopt;
+    AVFormatContext& format = *movie->format;
+
+    const double seconds = durationSeconds(format);
+    if (!(seconds > 0) || !std::isfinite(seconds))
+        return std::nullopt;
+    const AVStream* video = firstVideoStream(format);
+    if (!video)
+        return std::nullopt;
+
+    ClipFile clip;
+    clip.path = path;
+    clip.duration = seconds;
+    const FrameRate rate =
+        nearestRate(nominalRate(format, *video).value_or(FrameRate::pal().fps()));
+    clip.rate = rate;
+    const double frames = std::round(seconds * rate.fps());
+    if (!(frames < 9.2e18))
+        return std::nullopt;
+    clip.frames = std::int64_t(frames);
+    if (video->codecpar->width > 0) {
+        clip.width = video->codecpar->width;
+        clip.height = video->codecpar->height;
+    }
+    clip.created = creationDate(format);
+    clip.startTC = startTimecode(format, rate);
+    return clip;
+}
+
+std::optional<ClipFile> read(const std::string& path) {
+    FileSource source(path);
+    if (!source.isOpen())
+        return std::nullopt;
+    return read(source, path);
+}
+
+} // namespace korvalume::MovieMeta

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "session/result.h"
+
+#include <string>
+#include <string_view>
+
+namespace korvalume {
+
+// Writes `bytes` to `path` through a temporary file moved into place, so a
+// reader never sees half a file and a failure leaves the old file as it was.
+// The error names the file and the cause.
+struct WriteDone {};
+Result<WriteDone> writeFileAtomically(const std::string& path, std::string_view bytes);
+
+} // namespace korvalume

@@ -1,0 +1,79 @@
+#include "session/log_opening.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace korvalume {
+
+namespace {
+
+// Far above any real shoot (100,000 events take about 15 MB); keeps a stray
+// huge file from being read whole.
+constexpr qint64 largestLog = qint64(256) << 20;
+
+std::string lastPathComponent(const std::string& path) {
+    return QFileInfo(QString::fromStdString(path)).fileName().toStdString();
+}
+
+bool hasLogExtension(const std::string& path) {
+    return QFileInfo(QString::fromStdString(path)).suffix().toLower().toStdString() ==
+           SessionDoc::fileExtension;
+}
+
+} // namespace
+
+Result<SessionDoc> readLog(const std::string& path) {
+    QFile file(QString::fromStdString(path));
+    if (QFileInfo(file).isDir())
+        return Result<SessionDoc>::failure("it is a folder");
+    if (!file.open(QIODevice::ReadOnly))
+        return Result<SessionDoc>::failure(file.errorString().toStdString());
+    if (file.size() > largestLog)
+        return Result<SessionDoc>::failure("it is larger than 256 MB");
+    const QByteArray bytes = file.read(largestLog + 1);
+    if (file.error() != QFileDevice::NoError)
+        return Result<SessionDoc>::failure(file.errorString().toStdString());
+    if (bytes.size() > largestLog)
+        return Result<SessionDoc>::failure("it is larger than 256 MB");
+    return SessionDoc::decode(std::string_view(bytes.constData(), std::size_t(bytes.size())));
+}
+
+void openLogs(OpenedLogs& state, std::span<const std::string> paths) {
+    for (const auto& path : paths) {
+        if (!hasLogExtension(path))
+            continue;
+        const std::string fileName = lastPathComponent(path);
+        auto read = readLog(path);
+        if (!read) {
+            state.messages.push_back({fileName + " is not a Korvalume session log.", read.error()});
+            continue;
+        }
+        SessionDoc& incoming = *read;
+        if (!state.doc) {
+            state.doc = std::move(incoming);
+            state.logCount = 1;
+            continue;
+        }
+        if (state.doc->id == incoming.id) {
+            auto lines = state.report.value_or(std::vector<std::string>{});
+            for (auto& line : state.doc->report(incoming))
+                lines.push_back(std::move(line));
+            state.report = std::move(lines);
+            state.doc->merge(incoming);
+            ++state.logCount;
+            continue;
+        }
+        state.messages.push_back({fileName + " is from session \u201c" + incoming.name +
+                                      "\u201d. You have \u201c" + state.doc->name +
+                                      "\u201d open, so it was left out.",
+                                  {}});
+    }
+}
+
+OpenedLogs openLogs(std::span<const std::string> paths) {
+    OpenedLogs state;
+    openLogs(state, paths);
+    return state;
+}
+
+} // namespace korvalume

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "session/uuid.h"
+
+#include <optional>
+#include <string>
+
+// One camera's recordings as the log saw them, paired from its recStart,
+// recStop and linkLost events. The queries that derive them are operations of
+// SessionDoc: clips(cameraID), scans(cameraID), isRolling(cameraID) and
+// summary(camera, now), all declared in session/session_doc.h.
+namespace korvalume {
+
+struct LoggedClip {
+    Uuid id; // the recStart event that opened the recording
+    Uuid cameraID;
+    double start = 0;
+    std::optional<double> end; // absent while still running
+    // Closed by a link loss: the real end is unknown and lies at or after `end`.
+    bool openEnded = false;
+
+    // end - start, or now - start while running.
+    double duration(double now) const { return end.value_or(now) - start; }
+
+    friend bool operator==(const LoggedClip&, const LoggedClip&) = default;
+};
+
+// The one-line status of a camera as the interface shows it.
+struct CameraSummary {
+    std::string text; // "ROLLING 01:05", "TC LOCKED 00:30 AGO", "SCAN NEEDED", ...
+    bool rolling = false;
+    bool warning = false;
+
+    friend bool operator==(const CameraSummary&, const CameraSummary&) = default;
+};
+
+} // namespace korvalume
+
+template <> struct std::hash<korvalume::LoggedClip> {
+    std::size_t operator()(const korvalume::LoggedClip& clip) const noexcept {
+        using korvalume::hashCombine;
+        std::size_t h = std::hash<korvalume::Uuid>{}(clip.id);
+        h = hashCombine(h, std::hash<korvalume::Uuid>{}(clip.cameraID));
+        h = hashCombine(h, std::hash<double>{}(clip.start));
+        h = hashCombine(h, std::hash<std::optional<double>>{}(clip.end));
+        return hashCombine(h, clip.openEnded ? 1 : 0);
+    }
+};

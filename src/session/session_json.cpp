@@ -1,0 +1,393 @@
+// The log's file form: compact JSON, keys in byte order, absent optionals left out.
+#include "session/json_text.h"
+#include "session/session_doc.h"
+
+#include <bitset>
+
+namespace korvalume {
+
+using jsontext::JsonReader;
+using jsontext::JsonTextError;
+
+namespace {
+
+// ---- Writing ----
+// Keys are written in byte order by hand; a test checks the order against a sort.
+
+void appendKey(std::string& out, std::string_view key) {
+    out += '"';
+    out += key;
+    out += "\":";
+}
+
+void appendUuid(std::string& out, const Uuid& uuid) {
+    out += '"';
+    out += uuid.string();
+    out += '"';
+}
+
+void appendCaseName(std::string& out, std::string_view name) {
+    out += '"';
+    out += name;
+    out += '"';
+}
+
+void appendBool(std::string& out, bool value) {
+    out += value ? "true" : "false";
+}
+
+void appendCamera(std::string& out, const Camera& camera) {
+    out += '{';
+    appendKey(out, "address");
+    jsontext::appendString(out, camera.address, "address");
+    out += ',';
+    appendKey(out, "id");
+    appendUuid(out, camera.id);
+    out += ',';
+    appendKey(out, "kind");
+    appendCaseName(out, caseName(camera.kind));
+    out += ',';
+    appendKey(out, "link");
+    appendCaseName(out, caseName(camera.link));
+    out += ',';
+    appendKey(out, "model");
+    jsontext::appendString(out, camera.model, "model");
+    out += ',';
+    appendKey(out, "name");
+    jsontext::appendString(out, camera.name, "name");
+    out += ',';
+    appendKey(out, "note");
+    jsontext::appendString(out, camera.note, "note");
+    out += ',';
+    appendKey(out, "ownerID");
+    jsontext::appendString(out, camera.ownerID, "ownerID");
+    out += ',';
+    appendKey(out, "ownerName");
+    jsontext::appendString(out, camera.ownerName, "ownerName");
+    out += ',';
+    appendKey(out, "removed");
+    appendBool(out, camera.removed);
+    out += ',';
+    appendKey(out, "updatedAt");
+    jsontext::appendDouble(out, camera.updatedAt, "updatedAt");
+    out += '}';
+}
+
+void appendEvent(std::string& out, const SyncEvent& event) {
+    out += '{';
+    appendKey(out, "at");
+    jsontext::appendDouble(out, event.at, "at");
+    if (event.cameraID) {
+        out += ',';
+        appendKey(out, "cameraID");
+        appendUuid(out, *event.cameraID);
+    }
+    out += ',';
+    appendKey(out, "id");
+    appendUuid(out, event.id);
+    out += ',';
+    appendKey(out, "kind");
+    appendCaseName(out, caseName(event.kind));
+    if (event.label) {
+        out += ',';
+        appendKey(out, "label");
+        jsontext::appendString(out, *event.label, "label");
+    }
+    if (event.timecode) {
+        out += ',';
+        appendKey(out, "timecode");
+        jsontext::appendString(out, *event.timecode, "timecode");
+    }
+    out += '}';
+}
+
+// Runs `write` and puts "events[12]." before the reason of a failure inside it.
+template <class Write>
+void withinElement(std::string_view array, std::size_t index, Write&& write) {
+    try {
+        write();
+    } catch (const JsonTextError& error) {
+        throw JsonTextError(std::string(array) + "[" + std::to_string(index) +
+                            "]: " + error.what());
+    }
+}
+
+// ---- Reading ----
+
+Uuid readUuid(JsonReader& reader, std::string_view what) {
+    const std::string text = reader.readString(what);
+    auto uuid = Uuid::parse(text);
+    if (!uuid)
+        throw JsonTextError("\"" + std::string(what) + "\" is not a UUID");
+    return *uuid;
+}
+
+template <class Enum, class Parse>
+Enum readCase(JsonReader& reader, std::string_view what, Parse&& parse) {
+    const std::string text = reader.readString(what);
+    auto value = parse(text);
+    if (!value)
+        throw JsonTextError("\"" + std::string(what) + "\" has the unknown value \"" + text + "\"");
+    return *value;
+}
+
+[[noreturn]] void missing(std::string_view key) {
+    throw JsonTextError("\"" + std::string(key) + "\" is missing");
+}
+
+FrameRate readFrameRate(JsonReader& reader) {
+    FrameRate rate;
+    std::bitset<2> seen;
+    reader.readObject("fps", [&](std::string_view key) {
+        if (key == "timebase") {
+            rate.timebase = reader.readInt("fps.timebase");
+            seen[0] = true;
+        } else if (key == "ntsc") {
+            rate.ntsc = reader.readBool("fps.ntsc");
+            seen[1] = true;
+        } else {
+            reader.skipValue();
+        }
+    });
+    if (!seen[0])
+        missing("fps.timebase");
+    if (!seen[1])
+        missing("fps.ntsc");
+    return rate;
+}
+
+// Cameras of older phones carry only id, name and link; every other key has a
+// default, and a null counts as absent.
+Camera readCamera(JsonReader& reader) {
+    Camera camera;
+    bool hasID = false;
+    bool hasName = false;
+    bool hasLink = false;
+    const auto readText = [&](std::string& field, std::string_view key) {
+        if (!reader.skipNull())
+            field = reader.readString(key);
+    };
+    reader.readObject("camera", [&](std::string_view key) {
+        if (key == "id") {
+            camera.id = readUuid(reader, "id");
+            hasID = true;
+        } else if (key == "name") {
+            camera.name = reader.readString("name");
+            hasName = true;
+        } else if (key == "link") {
+            camera.link = readCase<Camera::Link>(reader, "link", Camera::parseLink);
+            hasLink = true;
+        } else if (key == "kind") {
+            if (!reader.skipNull())
+                camera.kind = readCase<Camera::Kind>(reader, "kind", Camera::parseKind);
+        } else if (key == "model") {
+            readText(camera.model, "model");
+        } else if (key == "address") {
+            readText(camera.address, "address");
+        } else if (key == "ownerID") {
+            readText(camera.ownerID, "ownerID");
+        } else if (key == "ownerName") {
+            readText(camera.ownerName, "ownerName");
+        } else if (key == "note") {
+            readText(camera.note, "note");
+        } else if (key == "removed") {
+            if (!reader.skipNull())
+                camera.removed = reader.readBool("removed");
+        } else if (key == "updatedAt") {
+            if (!reader.skipNull())
+                camera.updatedAt = reader.readDouble("updatedAt");
+        } else {
+            reader.skipValue();
+        }
+    });
+    if (!hasName)
+        missing("name");
+    if (!hasLink)
+        missing("link");
+    if (!hasID)
+        missing("id");
+    return camera;
+}
+
+SyncEvent readEvent(JsonReader& reader) {
+    SyncEvent event;
+    bool hasID = false;
+    bool hasKind = false;
+    bool hasAt = false;
+    reader.readObject("event", [&](std::string_view key) {
+        if (key == "id") {
+            event.id = readUuid(reader, "id");
+            hasID = true;
+        } else if (key == "kind") {
+            event.kind = readCase<SyncEvent::Kind>(reader, "kind", SyncEvent::parseKind);
+            hasKind = true;
+        } else if (key == "at") {
+            event.at = reader.readDouble("at");
+            hasAt = true;
+        } else if (key == "cameraID") {
+            event.cameraID =
+                reader.skipNull() ? std::nullopt : std::optional(readUuid(reader, "cameraID"));
+        } else if (key == "timecode") {
+            event.timecode =
+                reader.skipNull() ? std::nullopt : std::optional(reader.readString("timecode"));
+        } else if (key == "label") {
+            event.label =
+                reader.skipNull() ? std::nullopt : std::optional(reader.readString("label"));
+        } else {
+            reader.skipValue();
+        }
+    });
+    if (!hasAt)
+        missing("at");
+    if (!hasID)
+        missing("id");
+    if (!hasKind)
+        missing("kind");
+    return event;
+}
+
+template <class Read>
+void readElements(JsonReader& reader, std::string_view array, Read&& readOne) {
+    reader.readArray(array, [&](std::size_t index) {
+        try {
+            readOne();
+        } catch (const jsontext::JsonSyntaxError&) {
+            throw; // the byte offset says where
+        } catch (const JsonTextError& error) {
+            throw JsonTextError(std::string(array) + "[" + std::to_string(index) +
+                                "]: " + error.what());
+        }
+    });
+}
+
+SessionDoc readDoc(JsonReader& reader) {
+    SessionDoc doc;
+    std::bitset<6> seen; // cameras, events, fps, id, name, startedAt
+    reader.readObject("session log", [&](std::string_view key) {
+        if (key == "cameras") {
+            doc.cameras.clear();
+            readElements(reader, "cameras", [&] { doc.cameras.push_back(readCamera(reader)); });
+            seen[0] = true;
+        } else if (key == "events") {
+            doc.events.clear();
+            readElements(reader, "events", [&] { doc.events.push_back(readEvent(reader)); });
+            seen[1] = true;
+        } else if (key == "fps") {
+            doc.fps = readFrameRate(reader);
+            seen[2] = true;
+        } else if (key == "id") {
+            doc.id = readUuid(reader, "id");
+            seen[3] = true;
+        } else if (key == "name") {
+            doc.name = reader.readString("name");
+            seen[4] = true;
+        } else if (key == "startedAt") {
+            doc.startedAt = reader.readDouble("startedAt");
+            seen[5] = true;
+        } else if (key == "endedAt") {
+            doc.endedAt =
+                reader.skipNull() ? std::nullopt : std::optional(reader.readDouble("endedAt"));
+        } else if (key == "endedForAll") {
+            doc.endedForAll =
+                reader.skipNull() ? std::nullopt : std::optional(reader.readDouble("endedForAll"));
+        } else if (key == "zone") {
+            doc.zone = reader.skipNull() ? std::nullopt : std::optional(reader.readInt("zone"));
+        } else if (key == "ownerID") {
+            doc.ownerID =
+                reader.skipNull() ? std::nullopt : std::optional(reader.readString("ownerID"));
+        } else {
+            reader.skipValue();
+        }
+    });
+    reader.expectEnd();
+    constexpr std::string_view required[] = {"cameras", "events", "fps", "id", "name", "startedAt"};
+    for (std::size_t i = 0; i < std::size(required); ++i)
+        if (!seen[i])
+            missing(required[i]);
+    return doc;
+}
+
+} // namespace
+
+Result<std::string> SessionDoc::encoded() const {
+    std::string out;
+    // Roughly what a typical event or camera takes, to spare reallocations.
+    out.reserve(256 + cameras.size() * 240 + events.size() * 140);
+    try {
+        out += '{';
+        appendKey(out, "cameras");
+        out += '[';
+        for (std::size_t i = 0; i < cameras.size(); ++i) {
+            if (i > 0)
+                out += ',';
+            withinElement("cameras", i, [&] { appendCamera(out, cameras[i]); });
+        }
+        out += ']';
+        if (endedAt) {
+            out += ',';
+            appendKey(out, "endedAt");
+            jsontext::appendDouble(out, *endedAt, "endedAt");
+        }
+        if (endedForAll) {
+            out += ',';
+            appendKey(out, "endedForAll");
+            jsontext::appendDouble(out, *endedForAll, "endedForAll");
+        }
+        out += ',';
+        appendKey(out, "events");
+        out += '[';
+        for (std::size_t i = 0; i < events.size(); ++i) {
+            if (i > 0)
+                out += ',';
+            withinElement("events", i, [&] { appendEvent(out, events[i]); });
+        }
+        out += ']';
+        out += ',';
+        appendKey(out, "fps");
+        out += '{';
+        appendKey(out, "ntsc");
+        appendBool(out, fps.ntsc);
+        out += ',';
+        appendKey(out, "timebase");
+        jsontext::appendInt(out, fps.timebase);
+        out += '}';
+        out += ',';
+        appendKey(out, "id");
+        appendUuid(out, id);
+        out += ',';
+        appendKey(out, "name");
+        jsontext::appendString(out, name, "name");
+        if (ownerID) {
+            out += ',';
+            appendKey(out, "ownerID");
+            jsontext::appendString(out, *ownerID, "ownerID");
+        }
+        out += ',';
+        appendKey(out, "startedAt");
+        jsontext::appendDouble(out, startedAt, "startedAt");
+        if (zone) {
+            out += ',';
+            appendKey(out, "zone");
+            jsontext::appendInt(out, *zone);
+        }
+        out += '}';
+    } catch (const JsonTextError& error) {
+        return Result<std::string>::failure(error.what());
+    }
+    return out;
+}
+
+Result<SessionDoc> SessionDoc::decode(std::string_view data) {
+    try {
+        JsonReader reader(data);
+        return readDoc(reader);
+    } catch (const JsonTextError& error) {
+        return Result<SessionDoc>::failure(error.what());
+    } catch (const std::bad_alloc&) {
+        return Result<SessionDoc>::failure("not enough memory to read the log");
+    } catch (const std::length_error&) {
+        return Result<SessionDoc>::failure("not enough memory to read the log");
+    }
+}
+
+} // namespace korvalume

@@ -1,0 +1,122 @@
+#include "sync/anchor_line.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace korvalume::SyncMap {
+
+namespace {
+
+// Anchors whose offsets span this much or more describe more than one clock relation.
+constexpr double consistentSpan = 2.0;
+
+// Beyond this many whole days a literal day-by-day wrap would not end in useful
+// time; such values only come from nonsense input, and are wrapped in one step.
+constexpr int stepwiseWrapLimit = 1024;
+
+} // namespace
+
+AnchorLine::AnchorLine(std::span<const Anchor> anchors, const FrameRate& rate) : rate_(rate) {
+    given_.reserve(anchors.size());
+    for (const auto& anchor : anchors) {
+        const double position = anchor.position(rate);
+        given_.push_back({position, anchor.at - position, anchor.at, anchor.created});
+    }
+    sorted_ = given_;
+    std::stable_sort(sorted_.begin(), sorted_.end(),
+                     [](const Point& a, const Point& b) { return a.position < b.position; });
+    for (std::size_t i = 0; i < given_.size(); ++i) {
+        const double offset = given_[i].offset;
+        if (i == 0 || offset < smallestOffset_)
+            smallestOffset_ = offset;
+        if (i == 0 || offset > largestOffset_)
+            largestOffset_ = offset;
+    }
+}
+
+void AnchorLine::add(const Anchor& anchor) {
+    const double position = anchor.position(rate_);
+    const Point point{position, anchor.at - position, anchor.at, anchor.created};
+    if (given_.empty() || point.offset < smallestOffset_)
+        smallestOffset_ = point.offset;
+    if (given_.empty() || point.offset > largestOffset_)
+        largestOffset_ = point.offset;
+    given_.push_back(point);
+    // After every anchor of equal position: the newcomer is last in the given order.
+    auto slot = std::upper_bound(
+        sorted_.begin(), sorted_.end(), position,
+        [](double value, const Point& existing) { return value < existing.position; });
+    sorted_.insert(slot, point);
+}
+
+bool AnchorLine::consistent() const {
+    return given_.size() < 2 || largestOffset_ - smallestOffset_ < consistentSpan;
+}
+
+const AnchorLine::Point& AnchorLine::nearestCreated(double created) const {
+    const Point* nearest = &given_.front();
+    double nearestDistance = std::abs(nearest->created - created);
+    for (const auto& point : given_) {
+        const double distance = std::abs(point.created - created);
+        if (distance < nearestDistance) {
+            nearest = &point;
+            nearestDistance = distance;
+        }
+    }
+    return *nearest;
+}
+
+double AnchorLine::wrapNear(double result, double reference) const {
+    const double day = double(rate_.tcBase()) * 86400 / rate_.tcFps();
+    const double half = day / 2;
+    if (!std::isfinite(day) || day <= 0 || !std::isfinite(result - reference))
+        return result;
+    if (std::abs(result - reference) > stepwiseWrapLimit * day)
+        result -= std::round((result - reference) / day) * day;
+    // Bounded: at magnitudes where a day is below the precision of a double the
+    // subtraction stops changing anything.
+    for (int step = 0; step <= stepwiseWrapLimit && result - reference > half; ++step)
+        result -= day;
+    for (int step = 0; step <= stepwiseWrapLimit && reference - result > half; ++step)
+        result += day;
+    return result;
+}
+
+double AnchorLine::place(double t, bool consistent, std::optional<double> created) const {
+    if (given_.empty()) {
+        std::fprintf(stderr, "korvalume: a clip was placed without anchors\n");
+        std::abort();
+    }
+    double offset = 0;
+    double reference = 0;
+    if (consistent) {
+        const Point& first = sorted_.front();
+        // The smallest k with t <= position(k); none when t lies beyond every anchor.
+        auto upper = std::lower_bound(
+            sorted_.begin(), sorted_.end(), t,
+            [](const Point& existing, double value) { return existing.position < value; });
+        if (t <= first.position) {
+            offset = first.offset;
+            reference = first.at;
+        } else if (upper == sorted_.end() || upper == sorted_.begin()) {
+            offset = sorted_.back().offset;
+            reference = sorted_.back().at;
+        } else {
+            const Point& a = *(upper - 1);
+            const Point& b = *upper;
+            const double fraction =
+                a.position < b.position ? (t - a.position) / (b.position - a.position) : 0;
+            offset = a.offset + fraction * (b.offset - a.offset);
+            reference = fraction < 0.5 ? a.at : b.at;
+        }
+    } else {
+        const Point& chosen = created ? nearestCreated(*created) : sorted_.back();
+        offset = chosen.offset;
+        reference = chosen.at;
+    }
+    return wrapNear(t + offset, reference);
+}
+
+} // namespace korvalume::SyncMap

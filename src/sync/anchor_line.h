@@ -1,0 +1,47 @@
+#pragma once
+
+#include "sync/sync_map.h"
+#include "time/frame_rate.h"
+
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace korvalume::SyncMap {
+
+// Anchors made ready for placing many clips at one rate: positions and offsets
+// are computed once and kept sorted, so each placement is a binary search.
+// `place` of SyncMap is this class used once.
+class AnchorLine {
+public:
+    AnchorLine(std::span<const Anchor> anchors, const FrameRate& rate);
+
+    // Adds one more anchor as if it had been last in the given list.
+    void add(const Anchor& anchor);
+
+    bool empty() const { return given_.empty(); }
+    const FrameRate& rate() const { return rate_; }
+    // isConsistent of the anchors at this line's rate.
+    bool consistent() const;
+    // place of `t` with these anchors at this line's rate. Requires !empty().
+    double place(double t, bool consistent, std::optional<double> created) const;
+
+private:
+    struct Point {
+        double position = 0;
+        double offset = 0;
+        double at = 0;
+        double created = 0;
+    };
+
+    const Point& nearestCreated(double created) const;
+    double wrapNear(double result, double reference) const;
+
+    FrameRate rate_;
+    std::vector<Point> given_;  // in the given order
+    std::vector<Point> sorted_; // by position; equal positions keep the given order
+    double smallestOffset_ = 0;
+    double largestOffset_ = 0;
+};
+
+} // namespace korvalume::SyncMap

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "media/clip_file.h"
+#include "session/session_doc.h"
+#include "sync/placed_clip.h"
+#include "time/frame_rate.h"
+#include "time/timecode.h"
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <vector>
+
+// How a camera's timecode relates to the master clock, and where each of its
+// files lands. Pure functions: nothing here fails or throws; every doubt ends
+// up as a method, a note or a warning of the plan.
+namespace korvalume::SyncMap {
+
+// One observed pairing of a master-clock instant with the camera's timecode.
+struct Anchor {
+    double at = 0;                    // master-clock time of the observation
+    std::optional<Timecode> timecode; // timecode read at `at` (scan anchors)
+    std::optional<double> exact; // timecode at `at` as seconds since 00:00:00:00 (clip anchors)
+    double created = 0;          // when observed; picks the nearest anchor when anchors disagree
+
+    // The camera's timecode at `at`, in seconds at `rate`: `exact`, else the timecode's
+    // seconds, else 0. A timecode whose count overflows at `rate` counts as 0 too.
+    double position(const FrameRate& rate) const;
+    // Master-clock time minus timecode time; constant for a clock that runs in step.
+    double offset(const FrameRate& rate) const { return at - position(rate); }
+
+    friend bool operator==(const Anchor&, const Anchor&) = default;
+};
+
+// A file matched to a logged recording.
+struct Match {
+    std::size_t file = 0;   // index into the file durations
+    std::size_t logged = 0; // index into the logged durations
+
+    friend bool operator==(const Match&, const Match&) = default;
+};
+
+// The gap cost of leaving one file or one logged recording unmatched.
+inline constexpr double gapCost = 4.0;
+// Whether a file of duration `file` may be matched to a recording of duration `logged`:
+// within 1.5 seconds or 2 % of the logged duration, whichever is larger.
+bool durationsFit(double file, double logged);
+
+// Pairs card files with logged recordings by duration: a global alignment of
+// minimum cost (gaps cost `gapCost`, a match its duration difference), ties going
+// to a match, then to leaving a file out. Both indices strictly increase along the
+// result. O(files x logged) time, and one 2-bit decision per table cell.
+std::vector<Match> align(std::span<const double> files, std::span<const double> logged);
+
+// The anchors agree on one relation between clock and timecode: their offsets at
+// `rate` span less than 2 seconds. Empty and single lists agree.
+bool isConsistent(std::span<const Anchor> anchors, const FrameRate& rate);
+
+// The master-clock start of a clip whose start timecode is `t` seconds since
+// 00:00:00:00. Agreeing anchors are interpolated between and extended beyond;
+// disagreeing ones yield to the anchor created nearest `created` (or the one
+// latest in timecode without it). The result lies within half a timecode day of
+// the anchor it came from. `anchors` must not be empty.
+double place(double t, std::span<const Anchor> anchors, const FrameRate& rate, bool consistent,
+             std::optional<double> created);
+
+// Places every file of one camera's card folders.
+CameraPlan plan(const Camera& camera, std::span<const ClipFile> files, const SessionDoc& doc);
+
+} // namespace korvalume::SyncMap
