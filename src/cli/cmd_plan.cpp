@@ -128,12 +128,17 @@ constexpr double wallClockLimit = 1e11;
 std::string startText(double start, const SessionDoc& doc, const QTimeZone& zone) {
     if (!std::isfinite(start) || std::abs(start) > wallClockLimit)
         return "at " + std::to_string(start) + " s";
+    // A start computed from timecode can sit a hair before its frame; show the nearest
+    // millisecond and the nearest frame of the time-of-day label, as the timeline places it.
     const double seconds = MasterTime::secondsOfDay(start, zone);
-    const auto millis = static_cast<long long>(std::floor(seconds * 1000));
+    const auto millis = std::llround(seconds * 1000) % 86'400'000;
     char clock[32];
     std::snprintf(clock, sizeof clock, "%02lld:%02lld:%02lld.%03lld", millis / 3'600'000,
                   millis / 60'000 % 60, millis / 1000 % 60, millis % 1000);
-    return std::string(clock) + "  " + MasterTime::timeOfDay(start, doc.fps, zone).string();
+    const std::int64_t base = doc.fps.tcBase();
+    const auto frame = base > 0 ? std::llround(seconds * double(base)) : 0;
+    const Timecode label = base > 0 ? Timecode::fromFrameCount(frame, base, false) : Timecode{};
+    return std::string(clock) + "  " + label.string();
 }
 
 void printText(const SessionDoc& doc, const std::vector<CameraPlan>& plans,
