@@ -1,9 +1,7 @@
 // `korvalume export`: write the Premiere Pro timeline of a shoot.
 #include "cli/command.h"
+#include "cli/shoot_input.h"
 #include "export/premiere_xml.h"
-#include "media/media_reader.h"
-#include "session/log_opening.h"
-#include "sync/shoot_plan.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -47,56 +45,25 @@ Exit codes: 0 written, 1 no log could be opened, a folder cannot be read or the
 file cannot be written, 2 usage error (including a camera the session does not have).
 )";
 
-struct FolderArgument {
-    std::string camera;
-    std::string folder;
-};
-
 struct Options {
     std::vector<std::string> logs;
     std::vector<FolderArgument> folders;
     std::optional<std::string> output;
 };
 
-std::optional<FolderArgument> parseFolder(const std::string& text, std::ostream& err) {
-    const auto equals = text.find('=');
-    if (equals == std::string::npos || equals == 0 || equals + 1 == text.size()) {
-        err << "korvalume export: --folder takes CAMERA=DIR, not '" << text << "'\n";
-        return std::nullopt;
-    }
-    return FolderArgument{text.substr(0, equals), text.substr(equals + 1)};
-}
-
-// The value of an option given as "--name VALUE" or "--name=VALUE".
-std::optional<std::string> optionValue(std::span<const std::string> args, std::size_t& i,
-                                       std::string_view name, std::ostream& err) {
-    const std::string& arg = args[i];
-    if (arg.size() > name.size() && arg.starts_with(name) && arg[name.size()] == '=')
-        return arg.substr(name.size() + 1);
-    if (i + 1 >= args.size()) {
-        err << "korvalume export: " << name << " needs a value\n";
-        return std::nullopt;
-    }
-    return args[++i];
-}
-
-bool isOption(const std::string& arg, std::string_view name) {
-    return arg == name ||
-           (arg.starts_with(name) && arg.size() > name.size() && arg[name.size()] == '=');
-}
-
 std::optional<Options> parseOptions(std::span<const std::string> args, std::ostream& err) {
     Options options;
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
         if (isOption(arg, "--folder")) {
-            const auto text = optionValue(args, i, "--folder", err);
-            const auto folder = text ? parseFolder(*text, err) : std::nullopt;
+            const auto text = optionValue(args, i, "--folder", "export", err);
+            const auto folder = text ? parseFolder(*text, "export", err) : std::nullopt;
             if (!folder)
                 return std::nullopt;
             options.folders.push_back(*folder);
         } else if (isOption(arg, "--output") || isOption(arg, "-o")) {
-            const auto file = optionValue(args, i, arg.starts_with("--") ? "--output" : "-o", err);
+            const auto file =
+                optionValue(args, i, arg.starts_with("--") ? "--output" : "-o", "export", err);
             if (!file)
                 return std::nullopt;
             if (file->empty()) {
@@ -126,30 +93,6 @@ std::optional<Options> parseOptions(std::span<const std::string> args, std::ostr
     return options;
 }
 
-std::string cameraList(const SessionDoc& doc) {
-    std::string list;
-    for (const auto& camera : doc.cameras) {
-        if (!list.empty())
-            list += ", ";
-        list += camera.name;
-    }
-    return list.empty() ? "none" : list;
-}
-
-std::vector<ClipFile> readCard(const std::string& folder, Io& io) {
-    MediaReader::ScanOptions options;
-    if (io.errIsTerminal) {
-        options.progress = [&io, &folder](const MediaReader::ScanProgress& progress) {
-            io.err << "\rreading " << folder << ": " << progress.filesDone << "/"
-                   << progress.filesTotal << " files\x1b[K" << std::flush;
-        };
-    }
-    auto clips = MediaReader::clips(folder, options);
-    if (io.errIsTerminal)
-        io.err << "\r\x1b[K" << std::flush;
-    return clips;
-}
-
 // Per camera: placed clips that are on the timeline, and those that are not.
 void printCounts(const std::vector<CameraPlan>& plans, const PremiereXML::Document& written,
                  std::ostream& out) {
@@ -177,46 +120,10 @@ int runExport(std::span<const std::string> args, Io& io) {
     if (!options)
         return Usage;
 
-    const OpenedLogs opened = openLogs(options->logs);
-    for (const auto& message : opened.messages) {
-        io.err << message.text;
-        if (!message.detail.empty())
-            io.err << " (" << message.detail << ")";
-        io.err << '\n';
-    }
-    if (!opened.doc) {
-        io.err << "korvalume export: no session log could be opened\n";
-        return InputProblem;
-    }
-    const SessionDoc& doc = *opened.doc;
-
-    std::vector<SyncMap::CameraCard> cards;
-    for (const auto& argument : options->folders) {
-        const auto camera = SyncMap::findCamera(doc, argument.camera);
-        if (!camera) {
-            io.err << "korvalume export: session '" << doc.name << "' has no camera '"
-                   << argument.camera << "'; its cameras: " << cameraList(doc) << '\n';
-            return Usage;
-        }
-        const bool repeated = std::any_of(cards.begin(), cards.end(), [&](const auto& card) {
-            return card.cameraID == camera->id;
-        });
-        if (repeated) {
-            io.err << "korvalume export: camera '" << camera->name << "' was given two folders\n";
-            return Usage;
-        }
-        cards.push_back({camera->id, argument.folder, {}});
-    }
-    for (const auto& card : cards) {
-        if (const auto problem = MediaReader::folderProblem(card.folder)) {
-            io.err << "korvalume export: " << card.folder << ": " << *problem << '\n';
-            return InputProblem;
-        }
-    }
-    for (auto& card : cards)
-        card.files = readCard(card.folder, io);
-
-    const auto plans = SyncMap::planCameras(doc, cards);
+    auto planned = planShoot(options->logs, options->folders, "export", io);
+    if (const auto* failure = std::get_if<ExitCode>(&planned))
+        return *failure;
+    const auto& [doc, plans, folders] = std::get<Shoot>(planned);
     const auto written = PremiereXML::build(doc, plans);
     for (const auto& clip : written.leftOut)
         io.err << "korvalume export: " << clip.path

@@ -1,5 +1,6 @@
 // `korvalume log`: open and combine session logs as the desk does after a shoot.
 #include "cli/command.h"
+#include "cli/shoot_input.h"
 #include "session/atomic_file.h"
 #include "session/instant_text.h"
 #include "session/json_text.h"
@@ -144,12 +145,7 @@ int runLog(std::span<const std::string> args, Io& io) {
         return Usage;
 
     const OpenedLogs opened = openLogs(options->files);
-    for (const auto& message : opened.messages) {
-        io.err << message.text;
-        if (!message.detail.empty())
-            io.err << " (" << message.detail << ")";
-        io.err << '\n';
-    }
+    printLogMessages(opened, io.err);
     if (!opened.doc) {
         io.err << "korvalume log: no session log could be opened\n";
         if (options->json)

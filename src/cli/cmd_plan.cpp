@@ -1,8 +1,6 @@
 // `korvalume plan`: place every clip of the given card folders on the session's clock.
 #include "cli/command.h"
-#include "media/media_reader.h"
-#include "session/log_opening.h"
-#include "sync/shoot_plan.h"
+#include "cli/shoot_input.h"
 #include "time/master_time.h"
 
 #include <nlohmann/json.hpp>
@@ -49,25 +47,11 @@ Exit codes: 0 planned, 1 no log could be opened or a folder cannot be read,
 2 usage error (including a camera the session does not have).
 )";
 
-struct FolderArgument {
-    std::string camera;
-    std::string folder;
-};
-
 struct Options {
     std::vector<std::string> logs;
     std::vector<FolderArgument> folders;
     bool json = false;
 };
-
-std::optional<FolderArgument> parseFolder(const std::string& text, std::ostream& err) {
-    const auto equals = text.find('=');
-    if (equals == std::string::npos || equals == 0 || equals + 1 == text.size()) {
-        err << "korvalume plan: --folder takes CAMERA=DIR, not '" << text << "'\n";
-        return std::nullopt;
-    }
-    return FolderArgument{text.substr(0, equals), text.substr(equals + 1)};
-}
 
 std::optional<Options> parseOptions(std::span<const std::string> args, std::ostream& err) {
     Options options;
@@ -76,14 +60,10 @@ std::optional<Options> parseOptions(std::span<const std::string> args, std::ostr
         std::optional<std::string> folderText;
         if (arg == "--json") {
             options.json = true;
-        } else if (arg == "--folder") {
-            if (i + 1 >= args.size()) {
-                err << "korvalume plan: --folder needs CAMERA=DIR\n";
+        } else if (isOption(arg, "--folder")) {
+            folderText = optionValue(args, i, "--folder", "plan", err);
+            if (!folderText)
                 return std::nullopt;
-            }
-            folderText = args[++i];
-        } else if (arg.starts_with("--folder=")) {
-            folderText = arg.substr(std::string_view("--folder=").size());
         } else if (arg == "--") {
             options.logs.insert(options.logs.end(), args.begin() + std::ptrdiff_t(i) + 1,
                                 args.end());
@@ -95,7 +75,7 @@ std::optional<Options> parseOptions(std::span<const std::string> args, std::ostr
             options.logs.push_back(arg);
         }
         if (folderText) {
-            auto folder = parseFolder(*folderText, err);
+            auto folder = parseFolder(*folderText, "plan", err);
             if (!folder)
                 return std::nullopt;
             options.folders.push_back(std::move(*folder));
@@ -110,16 +90,6 @@ std::optional<Options> parseOptions(std::span<const std::string> args, std::ostr
         return std::nullopt;
     }
     return options;
-}
-
-std::string cameraList(const SessionDoc& doc) {
-    std::string list;
-    for (const auto& camera : doc.cameras) {
-        if (!list.empty())
-            list += ", ";
-        list += camera.name;
-    }
-    return list.empty() ? "none" : list;
 }
 
 // Instants this far from 1970 have no sensible time of day.
@@ -196,72 +166,15 @@ void printJson(const std::vector<CameraPlan>& plans, const std::vector<std::stri
     out << document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
-std::vector<ClipFile> readCard(const std::string& folder, Io& io) {
-    MediaReader::ScanOptions options;
-    if (io.errIsTerminal) {
-        options.progress = [&io, &folder](const MediaReader::ScanProgress& progress) {
-            io.err << "\rreading " << folder << ": " << progress.filesDone << "/"
-                   << progress.filesTotal << " files\x1b[K" << std::flush;
-        };
-    }
-    auto clips = MediaReader::clips(folder, options);
-    if (io.errIsTerminal)
-        io.err << "\r\x1b[K" << std::flush;
-    return clips;
-}
-
 int runPlan(std::span<const std::string> args, Io& io) {
     const auto options = parseOptions(args, io.err);
     if (!options)
         return Usage;
 
-    const OpenedLogs opened = openLogs(options->logs);
-    for (const auto& message : opened.messages) {
-        io.err << message.text;
-        if (!message.detail.empty())
-            io.err << " (" << message.detail << ")";
-        io.err << '\n';
-    }
-    if (!opened.doc) {
-        io.err << "korvalume plan: no session log could be opened\n";
-        return InputProblem;
-    }
-    const SessionDoc& doc = *opened.doc;
-
-    std::vector<SyncMap::CameraCard> cards;
-    for (const auto& argument : options->folders) {
-        const auto camera = SyncMap::findCamera(doc, argument.camera);
-        if (!camera) {
-            io.err << "korvalume plan: session '" << doc.name << "' has no camera '"
-                   << argument.camera << "'; its cameras: " << cameraList(doc) << '\n';
-            return Usage;
-        }
-        const bool repeated = std::any_of(cards.begin(), cards.end(), [&](const auto& card) {
-            return card.cameraID == camera->id;
-        });
-        if (repeated) {
-            io.err << "korvalume plan: camera '" << camera->name << "' was given two folders\n";
-            return Usage;
-        }
-        cards.push_back({camera->id, argument.folder, {}});
-    }
-    for (auto& card : cards) {
-        if (const auto problem = MediaReader::folderProblem(card.folder)) {
-            io.err << "korvalume plan: " << card.folder << ": " << *problem << '\n';
-            return InputProblem;
-        }
-    }
-    for (auto& card : cards)
-        card.files = readCard(card.folder, io);
-
-    const auto plans = SyncMap::planCameras(doc, cards);
-    std::vector<std::string> folders;
-    for (const auto& plan : plans) {
-        for (const auto& card : cards) {
-            if (card.cameraID == plan.camera.id)
-                folders.push_back(card.folder);
-        }
-    }
+    auto planned = planShoot(options->logs, options->folders, "plan", io);
+    if (const auto* failure = std::get_if<ExitCode>(&planned))
+        return *failure;
+    const auto& [doc, plans, folders] = std::get<Shoot>(planned);
     if (options->json)
         printJson(plans, folders, io.out);
     else

@@ -1,5 +1,6 @@
 // korvalume scan: reads a card folder the way the desk does and lists its clips.
 #include "cli/command.h"
+#include "cli/shoot_input.h"
 #include "media/clip_json.h"
 #include "media/date_text.h"
 #include "media/media_reader.h"
@@ -87,16 +88,7 @@ int runScan(std::span<const std::string> args, Io& io) {
         return InputProblem;
     }
 
-    MediaReader::ScanOptions options;
-    if (io.errIsTerminal) {
-        options.progress = [&io, &folder](const MediaReader::ScanProgress& progress) {
-            io.err << "\rreading " << folder << ": " << progress.filesDone << "/"
-                   << progress.filesTotal << " files\x1b[K" << std::flush;
-        };
-    }
-    const std::vector<ClipFile> clips = MediaReader::clips(folder, options);
-    if (io.errIsTerminal)
-        io.err << "\r\x1b[K" << std::flush;
+    const std::vector<ClipFile> clips = readCard(folder, io);
 
     if (json) {
         io.out << nlohmann::json(clips).dump(2) << '\n';

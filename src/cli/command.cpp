@@ -34,8 +34,14 @@ void printUsage(std::ostream& out) {
             out << ' ';
         out << command.summary << '\n';
     }
-    out << "\nRun 'korvalume COMMAND --help' for a command's options and examples.\n"
-           "Exit codes: 0 done, 1 input problem, 2 usage error.\n";
+    out << "\nOptions for every command:\n"
+           "  --help, -h   the command's options and examples\n"
+           "  --quiet, -q  no progress lines while reading cards\n"
+           "\nExamples:\n"
+           "  korvalume log phone-a.korvalume phone-b.korvalume\n"
+           "  korvalume scan /Volumes/A001\n"
+           "  korvalume export shoot.korvalume --folder \"CAM A=/Volumes/A001\"\n"
+           "\nExit codes: 0 done, 1 input problem, 2 usage error.\n";
 }
 
 } // namespace
@@ -62,11 +68,20 @@ int runCommandLine(std::span<const std::string> args, Io& io) {
         printUsage(io.err);
         return Usage;
     }
-    auto rest = args.subspan(1);
+    std::vector<std::string> rest(args.begin() + 1, args.end());
     if (std::find(rest.begin(), rest.end(), "--help") != rest.end() ||
         std::find(rest.begin(), rest.end(), "-h") != rest.end()) {
         io.out << found->help;
         return Done;
+    }
+    // --quiet is understood by every command.
+    const auto endOfOptions = std::find(rest.begin(), rest.end(), "--");
+    const auto quiet = std::remove_if(rest.begin(), endOfOptions, [](const std::string& a) {
+        return a == "--quiet" || a == "-q";
+    });
+    if (quiet != endOfOptions) {
+        io.quiet = true;
+        rest.erase(quiet, endOfOptions);
     }
     return found->run(rest, io);
 }

@@ -17,6 +17,7 @@ struct Io {
     std::ostream& out;
     std::ostream& err;
     bool errIsTerminal = false;
+    bool quiet = false; // --quiet: no progress lines
 };
 
 struct Command {
