@@ -1,3 +1,4 @@
+#include "cli/cli_run.h"
 #include "cli/command.h"
 #include "session/session_doc.h"
 #include "support/media_fixtures.h"
@@ -8,26 +9,15 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 namespace korvalume {
 namespace {
 
 using fixtures::MovieSpec;
 using fixtures::TempDir;
 
-struct ExportRun {
-    int code;
-    std::string out;
-    std::string err;
-};
-
-ExportRun exportTimeline(std::vector<std::string> args) {
+testing_cli::CommandRun exportTimeline(std::vector<std::string> args) {
     args.insert(args.begin(), "export");
-    std::ostringstream out, err;
-    cli::Io io{out, err};
-    const int code = cli::runCommandLine(args, io);
-    return {code, out.str(), err.str()};
+    return testing_cli::runKorvalume(args);
 }
 
 std::string readText(const std::string& path) {

@@ -1,3 +1,4 @@
+#include "cli/cli_run.h"
 #include "cli/command.h"
 #include "session/session_doc.h"
 
@@ -6,24 +7,13 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <sstream>
-
 using namespace korvalume;
 
 namespace {
 
-struct Run {
-    int code;
-    std::string out;
-    std::string err;
-};
-
-Run runLog(std::vector<std::string> args) {
+testing_cli::CommandRun runLog(std::vector<std::string> args) {
     args.insert(args.begin(), "log");
-    std::ostringstream out, err;
-    cli::Io io{out, err};
-    const int code = cli::runCommandLine(args, io);
-    return {code, out.str(), err.str()};
+    return testing_cli::runKorvalume(args);
 }
 
 Uuid id(const char* text) {

@@ -1,3 +1,4 @@
+#include "cli/cli_run.h"
 #include "cli/command.h"
 #include "session/session_doc.h"
 #include "support/media_fixtures.h"
@@ -5,26 +6,15 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <sstream>
-
 namespace korvalume {
 namespace {
 
 using fixtures::MovieSpec;
 using fixtures::TempDir;
 
-struct PlanRun {
-    int code;
-    std::string out;
-    std::string err;
-};
-
-PlanRun plan(std::vector<std::string> args) {
+testing_cli::CommandRun plan(std::vector<std::string> args) {
     args.insert(args.begin(), "plan");
-    std::ostringstream out, err;
-    cli::Io io{out, err};
-    const int code = cli::runCommandLine(args, io);
-    return {code, out.str(), err.str()};
+    return testing_cli::runKorvalume(args);
 }
 
 constexpr double day0 = 1'714'521'600; // 2024-05-01 00:00 UTC
@@ -101,8 +91,8 @@ const nlohmann::json* clipNamed(const nlohmann::json& camera, const std::string&
 
 TEST_F(PlanShoot, PlacesEachCardsClipsAndReportsInSessionOrder) {
     makeCards();
-    const PlanRun run = plan({log, "--folder", "cam b=" + dir.file("B"), "--folder",
-                              "CAM A=" + dir.file("A"), "--json"});
+    const testing_cli::CommandRun run = plan({log, "--folder", "cam b=" + dir.file("B"), "--folder",
+                                              "CAM A=" + dir.file("A"), "--json"});
     ASSERT_EQ(run.code, 0) << run.err;
     const auto result = nlohmann::json::parse(run.out);
     const auto& cameras = result["cameras"];
@@ -144,7 +134,7 @@ TEST_F(PlanShoot, PlacesEachCardsClipsAndReportsInSessionOrder) {
         EXPECT_NEAR(clip.value("start", 0.0), expected[i].second, 1e-6) << clip;
     }
 
-    const PlanRun text =
+    const testing_cli::CommandRun text =
         plan({log, "--folder", "CAM A=" + dir.file("A"), "--folder", "CAM B=" + dir.file("B")});
     ASSERT_EQ(text.code, 0) << text.err;
     EXPECT_NE(text.out.find("A001.mov  TIMECODE        10:00:05.000  10:00:05:00\n"),
@@ -160,13 +150,14 @@ TEST_F(PlanShoot, PlacesEachCardsClipsAndReportsInSessionOrder) {
 }
 
 TEST_F(PlanShoot, RefusesWhatItCannotPlan) {
-    const PlanRun unknown = plan({log, "--folder", "CAM Q=" + dir.file("A")});
+    const testing_cli::CommandRun unknown = plan({log, "--folder", "CAM Q=" + dir.file("A")});
     EXPECT_EQ(unknown.code, 2);
     EXPECT_NE(unknown.err.find("'CAM Q'; its cameras: CAM A, CAM B, SOUND A"), std::string::npos)
         << unknown.err;
 
     const std::string missing = dir.file("nowhere");
-    const PlanRun noFolder = plan({log, "--folder", doc.cameras[1].id.string() + "=" + missing});
+    const testing_cli::CommandRun noFolder =
+        plan({log, "--folder", doc.cameras[1].id.string() + "=" + missing});
     EXPECT_EQ(noFolder.code, 1);
     EXPECT_NE(noFolder.err.find(missing), std::string::npos) << noFolder.err;
 
@@ -179,7 +170,7 @@ TEST_F(PlanShoot, RefusesWhatItCannotPlan) {
 
     const std::string notALog = dir.file("broken.korvalume");
     fixtures::writeFile(notALog, "{\"id\":");
-    const PlanRun broken = plan({notALog, "--folder", "CAM A=" + dir.file("A")});
+    const testing_cli::CommandRun broken = plan({notALog, "--folder", "CAM A=" + dir.file("A")});
     EXPECT_EQ(broken.code, 1);
     EXPECT_NE(broken.err.find("broken.korvalume"), std::string::npos) << broken.err;
 }

@@ -1,3 +1,4 @@
+#include "cli/cli_run.h"
 #include "cli/command.h"
 #include "support/media_fixtures.h"
 
@@ -6,24 +7,14 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <sstream>
 
 namespace {
 
 using namespace korvalume;
 
-struct ScanRun {
-    int code;
-    std::string out;
-    std::string err;
-};
-
-ScanRun scan(std::vector<std::string> args, bool errIsTerminal = false) {
+testing_cli::CommandRun scan(std::vector<std::string> args, bool errIsTerminal = false) {
     args.insert(args.begin(), "scan");
-    std::ostringstream out, err;
-    cli::Io io{out, err, errIsTerminal};
-    const int code = cli::runCommandLine(args, io);
-    return {code, out.str(), err.str()};
+    return testing_cli::runKorvalume(args, errIsTerminal);
 }
 
 // A card with a Sony clip (sidecar), a plain movie and a broadcast-wave take.
