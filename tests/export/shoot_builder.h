@@ -1,18 +1,15 @@
 #pragma once
 
-// Small shoots built in code: a session, cameras and placed clips whose file
-// records are filled in by hand, so the export can be tested without media.
+// Small shoots built in code, with file records filled in by hand, so that the
+// export is tested without media.
 
 #include "media/clip_file.h"
 #include "session/session_doc.h"
 #include "sync/placed_clip.h"
-#include "time/frame_rate.h"
-#include "time/timecode.h"
 
 #include <cmath>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace korvalume::testing {
@@ -20,7 +17,6 @@ namespace korvalume::testing {
 inline SessionDoc session(std::string name, FrameRate fps, double startedAt,
                           std::int64_t zone = 0) {
     SessionDoc doc;
-    doc.id = Uuid::random();
     doc.name = std::move(name);
     doc.fps = fps;
     doc.startedAt = startedAt;
@@ -29,12 +25,7 @@ inline SessionDoc session(std::string name, FrameRate fps, double startedAt,
 }
 
 inline void addMarker(SessionDoc& doc, double at, std::optional<std::string> label) {
-    SyncEvent marker;
-    marker.id = Uuid::random();
-    marker.kind = SyncEvent::Kind::marker;
-    marker.at = at;
-    marker.label = std::move(label);
-    doc.events.push_back(marker);
+    doc.events.push_back({Uuid::random(), {}, SyncEvent::Kind::marker, at, {}, std::move(label)});
 }
 
 inline ClipFile movie(std::string path, double seconds, FrameRate rate = {25, false},
@@ -69,14 +60,11 @@ inline PlacedClip placedAt(ClipFile file, double start) {
 
 inline PlacedClip notPlaced(ClipFile file) {
     return {std::move(file), std::nullopt, PlacedClip::Method::unplaced,
-            "No scan or log for this device."};
+            "No timecode found in this file."};
 }
 
-inline CameraPlan cameraPlan(std::string name, std::vector<PlacedClip> clips,
-                             Camera::Kind kind = Camera::Kind::camera) {
+inline CameraPlan cameraPlan(std::string name, std::vector<PlacedClip> clips) {
     Camera camera;
-    camera.id = Uuid::random();
-    camera.kind = kind;
     camera.name = std::move(name);
     return {camera, std::move(clips), {}};
 }

@@ -7,117 +7,110 @@
 #include <set>
 
 namespace korvalume::testing {
+namespace {
 
-std::vector<std::string> ids(const std::vector<XmemlItem>& track) {
-    std::vector<std::string> out;
-    for (const auto& item : track)
-        out.push_back(item.id);
-    return out;
+struct Node {
+    std::string name, id, text;
+    std::vector<Node> children;
+};
+
+Node readElement(QXmlStreamReader& reader) {
+    Node node;
+    node.name = reader.name().toString().toStdString();
+    node.id = reader.attributes().value("id").toString().toStdString();
+    while (reader.readNext() != QXmlStreamReader::EndElement && !reader.hasError()) {
+        if (reader.isStartElement())
+            node.children.push_back(readElement(reader));
+        else if (reader.isCharacters())
+            node.text += reader.text().toString().toStdString();
+    }
+    return node;
 }
+
+// Clip items, markers and files are records of their own.
+void collect(const Node& node, const std::string& prefix, XmlFields& fields) {
+    for (const auto& child : node.children) {
+        if (child.name == "clipitem" || child.name == "marker" || child.name == "file")
+            continue;
+        if (child.children.empty())
+            fields.try_emplace(prefix + child.name, child.text);
+        else
+            collect(child, prefix + child.name + "/", fields);
+    }
+}
+
+} // namespace
 
 std::optional<Xmeml> readXmeml(const std::string& xml) {
     QXmlStreamReader reader(QByteArray::fromRawData(xml.data(), qsizetype(xml.size())));
-    Xmeml doc;
-    std::vector<std::string> path;
-    std::vector<bool> hasChild;
-    std::string text;
-    // Where leaf texts go: the innermost open sequence, marker, clip item or file.
-    struct Scope {
-        XmlFields* fields;
-        std::size_t depth;
-    };
-    std::vector<Scope> scopes;
-    std::vector<std::vector<XmemlItem>>* tracks = nullptr;
-    XmemlItem item;
-    XmlFields file;
-    std::set<std::string> itemIds;
-    std::vector<std::string> links;
-    bool ok = true;
-    const auto fail = [&](const std::string& why) {
-        ADD_FAILURE() << why;
-        ok = false;
-    };
-
-    while (!reader.atEnd() && ok) {
-        const auto token = reader.readNext();
-        if (token == QXmlStreamReader::StartElement) {
-            const std::string name = reader.name().toString().toStdString();
-            const std::string parent = path.empty() ? "" : path.back();
-            if (!hasChild.empty())
-                hasChild.back() = true;
-            path.push_back(name);
-            hasChild.push_back(false);
-            text.clear();
-            const std::string id = reader.attributes().value("id").toString().toStdString();
-            if (name == "sequence") {
-                scopes.push_back({&doc.sequence, path.size()});
-            } else if (name == "track") {
-                tracks = parent == "video" ? &doc.videoTracks : &doc.audioTracks;
-                tracks->emplace_back();
-            } else if (name == "marker") {
-                doc.markers.emplace_back();
-                scopes.push_back({&doc.markers.back(), path.size()});
-            } else if (name == "clipitem") {
-                item = {};
-                item.id = id;
-                if (!itemIds.insert(id).second)
-                    fail("clip item id " + id + " is used twice");
-                scopes.push_back({&item.fields, path.size()});
-            } else if (name == "file" && parent == "clipitem") {
-                item.fileId = id;
-                file = {};
-                scopes.push_back({&file, path.size()});
-            } else if (parent == "file" && path.size() == scopes.back().depth + 1) {
-                item.fullFile = true;
-            }
-        } else if (token == QXmlStreamReader::Characters) {
-            text += reader.text().toString().toStdString();
-        } else if (token == QXmlStreamReader::EndElement) {
-            const std::string name = path.back();
-            const Scope scope = scopes.empty() ? Scope{nullptr, 0} : scopes.back();
-            if (!hasChild.back() && scope.fields && path.size() > scope.depth) {
-                std::string relative;
-                for (std::size_t i = scope.depth; i < path.size(); ++i)
-                    relative += (relative.empty() ? "" : "/") + path[i];
-                scope.fields->try_emplace(relative, text);
-                if (relative == "link/linkclipref") {
-                    item.links.push_back(text);
-                    links.push_back(text);
-                }
-            }
-            if (scope.fields && path.size() == scope.depth) {
-                scopes.pop_back();
-                if (name == "file") {
-                    const bool known = doc.files.count(item.fileId) != 0;
-                    if (item.fullFile && known)
-                        fail(item.fileId + " is described in full twice");
-                    if (!item.fullFile && !known)
-                        fail(item.id + " refers to " + item.fileId + " before its description");
-                    if (item.fullFile)
-                        doc.files[item.fileId] = file;
-                } else if (name == "clipitem") {
-                    if (!tracks || tracks->empty())
-                        fail("clip item " + item.id + " outside a track");
-                    else
-                        tracks->back().push_back(item);
-                }
-            }
-            path.pop_back();
-            hasChild.pop_back();
-            text.clear();
-        }
-    }
+    Node root;
+    while (reader.readNext() != QXmlStreamReader::EndDocument && !reader.hasError())
+        if (reader.isStartElement())
+            root.children.push_back(readElement(reader));
     if (reader.hasError()) {
         ADD_FAILURE() << "not well-formed XML at line " << reader.lineNumber() << ": "
                       << reader.errorString().toStdString();
         return std::nullopt;
     }
+
+    Xmeml doc;
+    std::set<std::string> itemIds;
+    std::vector<std::string> links;
+    std::string problems;
+    const auto readItem = [&](const Node& node) {
+        XmemlItem item{node.id, {}, {}, false, {}};
+        if (!itemIds.insert(node.id).second)
+            problems += " " + node.id + " is used twice;";
+        collect(node, "", item.fields);
+        for (const auto& part : node.children) {
+            if (part.name == "link" && !part.children.empty())
+                links.push_back(item.links.emplace_back(part.children.front().text));
+            if (part.name != "file")
+                continue;
+            item.fileId = part.id;
+            item.fullFile = !part.children.empty();
+            if (item.fullFile == (doc.files.count(part.id) == 1))
+                problems += " " + node.id + " describes " + part.id + " again or too early;";
+            if (item.fullFile)
+                collect(part, "", doc.files[part.id]);
+        }
+        return item;
+    };
+    for (const auto& sequence : root.children.at(0).children) {
+        collect(sequence, "", doc.sequence);
+        for (const auto& part : sequence.children) {
+            if (part.name == "marker")
+                collect(part, "", doc.markers.emplace_back());
+            if (part.name != "media")
+                continue;
+            for (const auto& kind : part.children) {
+                for (const auto& track : kind.children) {
+                    if (track.name != "track")
+                        continue;
+                    auto& items =
+                        (kind.name == "video" ? doc.videoTracks : doc.audioTracks).emplace_back();
+                    for (const auto& clip : track.children)
+                        if (clip.name == "clipitem")
+                            items.push_back(readItem(clip));
+                }
+            }
+        }
+    }
     for (const auto& link : links)
         if (!itemIds.count(link))
-            fail("a link points at the missing clip item " + link);
-    if (!ok)
+            problems += " a link points at the missing " + link + ";";
+    if (!problems.empty()) {
+        ADD_FAILURE() << "xmeml:" << problems;
         return std::nullopt;
+    }
     return doc;
+}
+
+std::vector<std::string> fileUse(const std::vector<XmemlItem>& track) {
+    std::vector<std::string> out;
+    for (const auto& item : track)
+        out.push_back(item.id + " " + item.fileId + (item.fullFile ? " full" : ""));
+    return out;
 }
 
 } // namespace korvalume::testing

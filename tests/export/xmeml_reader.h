@@ -1,9 +1,8 @@
 #pragma once
 
-// Reads a written xmeml document back with Qt's XML parser and checks what
-// every document must hold: well-formed text, unique clip item ids, every file
-// described in full exactly once before any short reference to it, and every
-// link pointing at an existing clip item.
+// Reads a written xmeml document back with Qt's XML parser and checks what every
+// document must hold: well-formed text, unique clip item ids, every file described
+// in full exactly once before any reference to it, every link pointing at a clip item.
 
 #include <map>
 #include <optional>
@@ -12,22 +11,19 @@
 
 namespace korvalume::testing {
 
-// Text of the leaf elements under one element, by path below it ("start",
-// "timecode/string"); the first occurrence of each path.
-struct XmlFields : std::map<std::string, std::string> {
-    std::int64_t number(const std::string& path) const { return std::stoll(at(path)); }
-};
+// Leaf texts below one element by path ("start", "timecode/string"); the first of each.
+using XmlFields = std::map<std::string, std::string>;
 
 struct XmemlItem {
     std::string id;
-    XmlFields fields; // "name", "start", "end", "sourcetrack/trackindex", ...
+    XmlFields fields; // "name", "start", "sourcetrack/trackindex", ...
     std::string fileId;
     bool fullFile = false; // the item holds the file's full description
     std::vector<std::string> links;
 };
 
 struct Xmeml {
-    XmlFields sequence; // "name", "duration", "timecode/string", ...
+    XmlFields sequence;
     std::vector<std::vector<XmemlItem>> videoTracks, audioTracks;
     std::map<std::string, XmlFields> files; // full descriptions by id
     std::vector<XmlFields> markers;
@@ -36,6 +32,7 @@ struct Xmeml {
 // The parsed document, or nullopt after a failed gtest assertion naming what is wrong.
 std::optional<Xmeml> readXmeml(const std::string& xml);
 
-std::vector<std::string> ids(const std::vector<XmemlItem>& track);
+// Each item as "clipitem-30 file-1", with " full" where it describes the file.
+std::vector<std::string> fileUse(const std::vector<XmemlItem>& track);
 
 } // namespace korvalume::testing

@@ -6,172 +6,156 @@
 namespace korvalume {
 namespace {
 
-using fixtures::WaveBuilder;
+using Wave = fixtures::WaveBuilder;
+using Bytes = std::vector<std::byte>;
 
-std::optional<ClipFile> readBytes(const WaveBuilder& wave) {
-    MemorySource source(wave.bytes());
-    return BWFMeta::read(source, "/card/take.wav", std::nullopt);
+Bytes junk(std::size_t size) {
+    return Bytes(size, std::byte{7});
 }
 
-std::vector<std::byte> junk(std::size_t size) {
-    return std::vector<std::byte>(size, std::byte{7});
+Bytes cut(const Bytes& whole, std::size_t keep) {
+    return Bytes(whole.begin(), whole.begin() + std::ptrdiff_t(keep));
 }
 
-TEST(BWFMeta, ReadsFilesWrittenByFfmpegsMuxer) {
+// 16-bit stereo at 48 kHz: four bytes a sample frame.
+Wave stereo(std::string_view container = "RIFF", std::string_view form = "WAVE") {
+    return Wave(container, form).fmt(2, 48000, 16);
+}
+
+// The chunks a builder made, without its 12-byte file header.
+Bytes chunksOf(const Wave& wave) {
+    return Bytes(wave.bytes().begin() + 12, wave.bytes().end());
+}
+
+// The head's bytes; with a tail, zeros and then the tail 4 GiB after the head
+// ends, as past the samples of a long RF64 take.
+class SparseFile final : public ByteSource {
+public:
+    SparseFile(Bytes head, Bytes tail)
+        : head_(std::move(head)), tail_(std::move(tail)),
+          size_(head_.size() + (tail_.empty() ? 0 : (1ull << 32) + tail_.size())) {}
+    std::optional<std::size_t> readAt(std::uint64_t offset, std::span<std::byte> out) override {
+        const std::uint64_t tailAt = size_ - tail_.size();
+        const auto count = std::min<std::uint64_t>(out.size(), size_ - std::min(offset, size_));
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::uint64_t at = offset + i;
+            out[i] = at < head_.size() ? head_[at]
+                     : at >= tailAt    ? tail_[at - tailAt]
+                                       : std::byte{};
+        }
+        return std::size_t(count);
+    }
+    std::optional<std::uint64_t> size() override { return size_; }
+
+private:
+    Bytes head_, tail_;
+    std::uint64_t size_;
+};
+
+std::optional<ClipFile> readBytes(const Bytes& head, const Bytes& tail = {}) {
+    SparseFile file(head, tail);
+    return BWFMeta::read(file, "take.wav", std::nullopt);
+}
+
+TEST(BWFMeta, ReadsAnRf64FileWrittenByFfmpeg) {
     fixtures::TempDir dir;
-    const auto bwf = BWFMeta::read(fixtures::makeWave(
-        dir.file("bext.wav"),
-        {.seconds = 0.5, .sampleRate = 48000, .channels = 2, .timeReference = 172'800'000}));
-    ASSERT_TRUE(bwf);
-    EXPECT_DOUBLE_EQ(bwf->duration, 0.5);
-    EXPECT_EQ(bwf->audioChannels, 2);
-    EXPECT_EQ(bwf->sampleRate, 48000);
-    EXPECT_TRUE(bwf->audioOnly);
-    ASSERT_TRUE(bwf->startTCSeconds);
-    EXPECT_DOUBLE_EQ(*bwf->startTCSeconds, 3600.0); // 01:00:00:00
-    EXPECT_EQ(bwf->width, 1920);                    // the record's defaults stand for sound files
-    EXPECT_EQ(bwf->name(), "bext.wav");
-
-    const auto rf64 = BWFMeta::read(
-        fixtures::makeWave(dir.file("long.wav"), {.seconds = 0.25, .channels = 1, .rf64 = true}));
-    ASSERT_TRUE(rf64);
-    EXPECT_DOUBLE_EQ(rf64->duration, 0.25); // the data chunk says 0xFFFFFFFF; ds64 holds the size
-    EXPECT_EQ(rf64->audioChannels, 1);
-    EXPECT_FALSE(rf64->startTCSeconds);
+    // The data chunk says 0xFFFFFFFF and ds64 holds the size.
+    const std::string path = fixtures::makeWave(
+        dir.file("take.wav"),
+        {.seconds = 0.25, .channels = 1, .timeReference = 172'800'000, .rf64 = true});
+    const auto clip = BWFMeta::read(path);
+    ASSERT_TRUE(clip);
+    ClipFile expected{.path = path,
+                      .duration = 0.25,
+                      .audioChannels = 1,
+                      .audioOnly = true,
+                      .startTCSeconds = 3600.0}; // 01:00:00:00
+    expected.created = clip->created;            // the file system's, where it keeps one
+    EXPECT_EQ(clip, expected);
+    EXPECT_FALSE(BWFMeta::read(dir.file("missing.wav")));
 }
 
-TEST(BWFMeta, ChunkWalkFollowsSizesPadBytesAndDs64Order) {
-    // 24-bit stereo at 48 kHz: 288,000,000 bytes last 1000 s. The data is cut
-    // short in the file; the walk never reads it.
-    const auto longTake = readBytes(WaveBuilder().fmt(2, 48000, 24).data(288'000'000, 64));
-    ASSERT_TRUE(longTake);
-    EXPECT_DOUBLE_EQ(longTake->duration, 1000.0);
+struct Layout {
+    Bytes bytes;
+    double duration;
+    int channels = 2;
+    std::optional<double> start;
+    Bytes tail = {};
+};
 
-    // An odd-sized chunk is followed by a pad byte; the next header is found after it.
-    const auto padded =
-        readBytes(WaveBuilder().chunk("JUNK", junk(3)).fmt(1, 48000, 16).data(96000, 16));
-    ASSERT_TRUE(padded);
-    EXPECT_DOUBLE_EQ(padded->duration, 1.0);
-
-    // bext after the data chunk is still found.
-    const auto bextLast =
-        readBytes(WaveBuilder().fmt(2, 48000, 16).data(32, 32).chunk("LIST", junk(5)).bext(96000));
-    ASSERT_TRUE(bextLast);
-    ASSERT_TRUE(bextLast->startTCSeconds);
-    EXPECT_DOUBLE_EQ(*bextLast->startTCSeconds, 2.0);
-
-    // ds64 replaces a 0xFFFFFFFF data size only when it came first.
+TEST(BWFMeta, ChunkWalk) {
+    const double perByte = 1.0 / 4 / 48000;
     const std::uint64_t sixGiB = 6ull << 30;
-    const auto rf64 = readBytes(
-        WaveBuilder("RF64").ds64(sixGiB).fmt(2, 48000, 16).bext(48000).data(0xFFFFFFFF, 8));
-    ASSERT_TRUE(rf64);
-    EXPECT_DOUBLE_EQ(rf64->duration, double(sixGiB) / 4 / 48000);
-    EXPECT_DOUBLE_EQ(*rf64->startTCSeconds, 1.0);
-
-    const auto ds64Late =
-        readBytes(WaveBuilder("BW64").fmt(2, 48000, 16).data(0xFFFFFFFF, 8).ds64(sixGiB));
-    ASSERT_TRUE(ds64Late);
-    EXPECT_DOUBLE_EQ(ds64Late->duration, double(0xFFFFFFFFu) / 4 / 48000);
-
-    // A ds64 too short to hold the size is ignored.
-    const auto shortDs64 = readBytes(
-        WaveBuilder("RF64").chunk("ds64", junk(12)).fmt(2, 48000, 16).data(0xFFFFFFFF, 8));
-    ASSERT_TRUE(shortDs64);
-    EXPECT_DOUBLE_EQ(shortDs64->duration, double(0xFFFFFFFFu) / 4 / 48000);
+    const std::uint64_t wrapTo80 = 0 - std::uint64_t(698 - 80);
+    const Bytes hiddenBext = chunksOf(Wave().bext(48000));
+    Bytes zeroChannels = stereo().data(48000, 4).bytes();
+    zeroChannels[22] = zeroChannels[23] = std::byte{0}; // the format's channel count
+    const Layout layouts[] = {
+        // 24-bit stereo: 288,000,000 bytes last 1000 s; the data is never read.
+        {Wave().fmt(2, 48000, 24).data(288'000'000, 64).bytes(), 1000.0},
+        // The pad byte after an odd-sized chunk.
+        {Wave().chunk("JUNK", junk(3)).fmt(1, 48000, 16).data(96000, 16).bytes(), 1.0, 1},
+        // bext after the data is still found.
+        {stereo().data(32, 32).chunk("LIST", junk(5)).bext(96000).bytes(), 32 * perByte, 2, 2.0},
+        // Without a format before them, data and bext do not stop the walk.
+        {Wave().bext(96000).data(96, 96).fmt(1, 48000, 16).bytes(), 96.0 / 2 / 48000, 1, 2.0},
+        // ds64 replaces a 0xFFFFFFFF data size only when it came first and is whole;
+        // one after the data (4 GiB on, past the pad byte) replaces nothing.
+        {Wave("RF64").ds64(sixGiB).fmt(2, 48000, 16).bext(48000).data(~0u, 8).bytes(),
+         sixGiB * perByte, 2, 1.0},
+        {stereo("BW64").data(~0u, 0).bytes(), ~0u * perByte, 2, 1.0,
+         chunksOf(Wave().ds64(sixGiB).bext(48000))},
+        {Wave("RF64").chunk("ds64", junk(12)).fmt(2, 48000, 16).data(~0u, 8).bytes(),
+         ~0u * perByte},
+        // A short bext (here with half its time reference), or one at midnight, gives no start.
+        {stereo().chunk("bext", junk(342)).data(4, 4).bytes(), 4 * perByte},
+        {stereo().bext(0).data(4, 4).bytes(), 4 * perByte},
+        {Wave().fmt(1, 44100, 16).data(88200, 4).bytes(), 1.0, 1},
+        {zeroChannels, 0.25, 1},
+        {cut(stereo().data(192000, 64).bytes(), 50), 1.0}, // cut inside the data
+        // A size that would wrap the next offset round to 80, a bext hidden in a JUNK
+        // payload, ends the walk instead (the data's payload is at 698).
+        {stereo("RF64").ds64(wrapTo80).chunk("JUNK", hiddenBext).data(~0u, 8).bytes(),
+         double(wrapTo80) * perByte},
+    };
+    for (std::size_t i = 0; i < std::size(layouts); ++i) {
+        SCOPED_TRACE("layout " + std::to_string(i));
+        const auto clip = readBytes(layouts[i].bytes, layouts[i].tail);
+        ASSERT_TRUE(clip);
+        EXPECT_DOUBLE_EQ(clip->duration, layouts[i].duration);
+        EXPECT_EQ(clip->audioChannels, layouts[i].channels);
+        EXPECT_EQ(clip->startTCSeconds, layouts[i].start);
+    }
 }
 
-TEST(BWFMeta, ShortChunksAndOddFormats) {
-    // A bext shorter than its time reference is ignored, and so is a zero reference.
-    const auto shortBext =
-        readBytes(WaveBuilder().fmt(2, 48000, 16).chunk("bext", junk(300)).data(4, 4));
-    ASSERT_TRUE(shortBext);
-    EXPECT_FALSE(shortBext->startTCSeconds);
-    const auto midnight = readBytes(WaveBuilder().fmt(2, 48000, 16).bext(0).data(4, 4));
-    ASSERT_TRUE(midnight);
-    EXPECT_FALSE(midnight->startTCSeconds);
-
-    // Mono and a format that says 0 channels both report one channel.
-    EXPECT_EQ(readBytes(WaveBuilder().fmt(1, 44100, 16).data(4, 4))->audioChannels, 1);
-    auto zeroChannels = WaveBuilder().rawChunk("fmt ", 16,
-                                               {std::byte{1},
-                                                {},
-                                                {},
-                                                {},
-                                                std::byte{0x80},
-                                                std::byte{0xBB},
-                                                {},
-                                                {},
-                                                {},
-                                                {},
-                                                {},
-                                                {},
-                                                std::byte{4},
-                                                {},
-                                                std::byte{16},
-                                                {}});
-    const auto zero = readBytes(zeroChannels.data(48000, 4));
-    ASSERT_TRUE(zero);
-    EXPECT_EQ(zero->audioChannels, 1);
-    EXPECT_DOUBLE_EQ(zero->duration, 0.25);
-
-    // A 14-byte legacy format chunk fails the whole read, even with a good one later.
-    EXPECT_FALSE(readBytes(WaveBuilder().chunk("fmt ", junk(14)).fmt(2, 48000, 16).data(4, 4)));
-    // Without data, format or block align there is nothing to report.
-    EXPECT_FALSE(readBytes(WaveBuilder().fmt(2, 48000, 16)));
-    EXPECT_FALSE(readBytes(WaveBuilder().data(4, 4)));
-    EXPECT_FALSE(readBytes(WaveBuilder().fmt(2, 48000, 0).data(4, 4)));
-    // Other RIFF forms and containers are refused.
-    EXPECT_FALSE(readBytes(WaveBuilder("RIFF", "AVI ").fmt(2, 48000, 16).data(4, 4)));
-    EXPECT_FALSE(readBytes(WaveBuilder("FORM", "WAVE").fmt(2, 48000, 16).data(4, 4)));
+TEST(BWFMeta, RefusesWhatIsNoUsableWave) {
+    const Bytes whole = stereo().data(192000, 64).bytes();
+    const Bytes refused[] = {
+        // A 14-byte legacy format chunk fails the read, even with a good one later.
+        Wave().chunk("fmt ", junk(14)).fmt(2, 48000, 16).data(4, 4).bytes(),
+        stereo().bytes(),                           // no data
+        Wave().data(4, 4).bytes(),                  // no format
+        Wave().fmt(2, 48000, 0).data(4, 4).bytes(), // block align 0
+        stereo("RIFF", "AVI ").data(4, 4).bytes(),
+        stereo("FORM").data(4, 4).bytes(),
+    };
+    for (std::size_t i = 0; i < std::size(refused); ++i)
+        EXPECT_FALSE(readBytes(refused[i])) << "case " << i;
+    for (std::size_t keep : {0, 11, 12, 20, 30})
+        EXPECT_FALSE(readBytes(cut(whole, keep))) << "cut at " << keep;
 }
 
 TEST(BWFMeta, StopsOnceFormatDataAndBextAreKnown) {
     // Past the early stop lies a chunk that would fail the read if it were looked at.
-    const auto wave =
-        WaveBuilder().fmt(2, 48000, 16).bext(48000).data(1'000'000, 16).chunk("fmt ", junk(14));
+    const auto wave = stereo().bext(48000).data(1'000'000, 16).chunk("fmt ", junk(14));
     MemorySource memory(wave.bytes());
     CountingSource counted(memory);
     const auto clip = BWFMeta::read(counted, "x.wav", std::nullopt);
     ASSERT_TRUE(clip);
-    EXPECT_DOUBLE_EQ(*clip->startTCSeconds, 1.0);
+    EXPECT_EQ(clip->startTCSeconds, 1.0);
     // Header, three chunk headers, the format fields and the bext fields; never the data.
     EXPECT_EQ(counted.count().reads, 6u);
     EXPECT_EQ(counted.count().bytes, 12u + 3 * 8 + 16 + 346);
-
-    // Without a format before them, data and bext do not stop the walk.
-    const auto formatLast = readBytes(WaveBuilder().bext(96000).data(96, 96).fmt(1, 48000, 16));
-    ASSERT_TRUE(formatLast);
-    EXPECT_DOUBLE_EQ(*formatLast->startTCSeconds, 2.0);
-}
-
-TEST(BWFMeta, DamagedFilesYieldNothingOrWhatWasMet) {
-    fixtures::TempDir dir;
-    EXPECT_FALSE(BWFMeta::read(dir.file("missing.wav")));
-    fixtures::writeFile(dir.file("empty.wav"), "");
-    EXPECT_FALSE(BWFMeta::read(dir.file("empty.wav")));
-    EXPECT_FALSE(BWFMeta::read(WaveBuilder().write(dir.file("header-only.wav"))));
-
-    const auto whole = WaveBuilder().fmt(2, 48000, 16).data(192000, 64).bytes();
-    for (std::size_t cut : {0u, 11u, 20u, 30u}) {
-        const std::vector<std::byte> head(whole.begin(), whole.begin() + cut);
-        MemorySource source(head);
-        EXPECT_FALSE(BWFMeta::read(source, "cut.wav", std::nullopt)) << cut;
-    }
-    // Cut inside the data: what was met stands.
-    const std::vector<std::byte> inData(whole.begin(), whole.begin() + 50);
-    MemorySource source(inData);
-    const auto partial = BWFMeta::read(source, "cut.wav", std::nullopt);
-    ASSERT_TRUE(partial);
-    EXPECT_DOUBLE_EQ(partial->duration, 1.0);
-
-    // A chunk size that runs past any real offset ends the walk, not the process.
-    const auto huge = readBytes(WaveBuilder("RF64")
-                                    .ds64(~0ull)
-                                    .fmt(2, 48000, 16)
-                                    .data(0xFFFFFFFF, 8)
-                                    .chunk("JUNK", junk(2)));
-    ASSERT_TRUE(huge);
-    EXPECT_FALSE(huge->startTCSeconds);
 }
 
 } // namespace

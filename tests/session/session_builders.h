@@ -2,6 +2,7 @@
 
 #include "session/session_doc.h"
 
+#include <ostream>
 #include <string>
 
 // Small builders so each test states only what matters to it.
@@ -28,13 +29,10 @@ inline Camera camera(unsigned n, std::string name, Camera::Link link = Camera::L
 
 inline SyncEvent event(unsigned n, SyncEvent::Kind kind, double at,
                        std::optional<unsigned> cameraNumber = std::nullopt) {
-    SyncEvent e;
-    e.id = uuidNumber(1000000 + n);
-    e.kind = kind;
-    e.at = at;
+    std::optional<Uuid> cameraID;
     if (cameraNumber)
-        e.cameraID = uuidNumber(*cameraNumber);
-    return e;
+        cameraID = uuidNumber(*cameraNumber);
+    return {uuidNumber(1000000 + n), cameraID, kind, at, {}, {}};
 }
 
 inline SessionDoc session(std::string name = "SHOOT 15 NOV") {
@@ -47,3 +45,11 @@ inline SessionDoc session(std::string name = "SHOOT 15 NOV") {
 }
 
 } // namespace korvalume::testing
+
+namespace korvalume {
+// Failures show a log as its JSON rather than raw bytes.
+inline void PrintTo(const SessionDoc& doc, std::ostream* out) {
+    const auto bytes = doc.encoded();
+    *out << (bytes ? *bytes : bytes.error());
+}
+} // namespace korvalume

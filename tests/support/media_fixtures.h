@@ -1,14 +1,15 @@
 #pragma once
 
-// Test fixtures that make real media: movies through the ffmpeg command-line
-// tool, WAV files byte by byte or through ffmpeg, and Sony-shaped XML sidecars.
-// Every maker throws std::runtime_error (with ffmpeg's own message) on failure.
+// Test fixtures that make real media: movies and WAV files through the ffmpeg
+// CLI, hand-built WAV files and Sony-shaped XML sidecars. Makers throw
+// std::runtime_error (with ffmpeg's own message) on failure.
 
 #include "time/frame_rate.h"
 
+#include <QTemporaryDir>
+
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,17 +21,12 @@ namespace korvalume::fixtures {
 class TempDir {
 public:
     TempDir();
-    ~TempDir();
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-
     const std::string& path() const { return path_; }
     // path()/relative, with missing parent folders made.
     std::string file(std::string_view relative) const;
 
 private:
-    struct Impl;
-    std::unique_ptr<Impl> impl_;
+    QTemporaryDir dir_;
     std::string path_;
 };
 
@@ -39,7 +35,7 @@ enum class Container { Mov, Mp4, M4v, Mxf };
 struct MovieSpec {
     Container container = Container::Mov;
     FrameRate rate{25, false};
-    // Start timecode as ffmpeg's -timecode takes it ("10:00:00:00", ";" for drop-frame).
+    // As ffmpeg's -timecode takes it ("10:00:00:00", ";" for drop-frame).
     std::optional<std::string> timecode = "10:00:00:00";
     double seconds = 1.0;
     int width = 64;
@@ -47,17 +43,13 @@ struct MovieSpec {
     std::optional<std::string> creationTime; // ISO 8601, e.g. "2024-05-01T10:00:00Z"
     bool withVideo = true;
     bool withAudio = false;
+    friend bool operator==(const MovieSpec&, const MovieSpec&) = default;
 };
 
 // Writes a movie at `path` with the ffmpeg CLI; returns `path`.
 std::string makeMovie(const std::string& path, const MovieSpec& spec);
-
-// Movies made once per test process and shared by every test that asks for
-// the same spec (the suite runs twice in CI; media making dominates it).
+// Made once per test process per spec and shared: media making dominates the suite.
 const std::string& cachedMovie(const MovieSpec& spec);
-
-// ffmpeg's rate text for a FrameRate: "24000/1001", "25".
-std::string ffmpegRate(const FrameRate& rate);
 
 // A WAV file made by ffmpeg's own muxer, with bext and RF64 where asked.
 struct WaveSpec {
@@ -74,30 +66,24 @@ class WaveBuilder {
 public:
     explicit WaveBuilder(std::string_view containerId = "RIFF", std::string_view formType = "WAVE");
 
-    // A 16-byte PCM format chunk.
     WaveBuilder& fmt(std::uint16_t channels, std::uint32_t sampleRate, std::uint16_t bitsPerSample);
-    // A ds64 chunk whose 64-bit data size is `dataSize`.
     WaveBuilder& ds64(std::uint64_t dataSize);
-    // A 602-byte bext chunk (version 1 layout) with this time reference.
+    // A 602-byte bext chunk (version 1) with this time reference.
     WaveBuilder& bext(std::uint64_t timeReference);
-    // A data chunk whose header says `declaredSize` and that holds `payloadBytes`
-    // zero bytes (fewer than declared makes a file cut short).
+    // A header saying `declaredSize` over `payloadBytes` zero bytes (fewer cuts the file short).
     WaveBuilder& data(std::uint32_t declaredSize, std::size_t payloadBytes);
-    // Any chunk: header with the payload's own size, the payload, a pad byte when odd.
+    // Header with the payload's own size, the payload, a pad byte when odd.
     WaveBuilder& chunk(std::string_view id, const std::vector<std::byte>& payload);
-    // A chunk header whose size field says `declaredSize`, followed by `payload`
-    // as given (no pad byte added): for short and lying chunks.
-    WaveBuilder& rawChunk(std::string_view id, std::uint32_t declaredSize,
-                          const std::vector<std::byte>& payload);
 
     const std::vector<std::byte>& bytes() const { return bytes_; }
     std::string write(const std::string& path) const;
 
 private:
+    void header(std::string_view id, std::uint32_t declaredSize);
     std::vector<std::byte> bytes_;
 };
 
-// A Sony camera's clip sidecar, in the shape real cameras write.
+// A Sony camera's clip sidecar, shaped as real cameras write it.
 struct SonySidecarSpec {
     std::int64_t durationFrames = 250;
     std::string formatFps = "25p";
@@ -117,7 +103,5 @@ std::string writeSonySidecar(const std::string& clipPath, const SonySidecarSpec&
                              std::string_view suffix = "M01.XML");
 
 void writeFile(const std::string& path, std::string_view contents);
-void writeFile(const std::string& path, const std::vector<std::byte>& contents);
-std::vector<std::byte> readFile(const std::string& path);
 
 } // namespace korvalume::fixtures

@@ -16,39 +16,32 @@ const FrameRate pal = FrameRate::pal();
 const FrameRate ntsc30{30, true};
 
 // A clip anchor: timecode `position` seconds was running at master time `at`.
-Anchor clipAnchor(double at, double position, double created) {
+Anchor clipAnchor(double at, double position, double created = 0) {
     return {at, std::nullopt, position, created};
 }
 
-TEST(Anchors, ConsistencyIsAnOffsetSpanBelowTwoSeconds) {
-    EXPECT_TRUE(SyncMap::isConsistent({}, pal));
-    EXPECT_TRUE(SyncMap::isConsistent(std::vector{clipAnchor(5, 0, 0)}, pal));
-    EXPECT_TRUE(SyncMap::isConsistent(
-        std::vector{clipAnchor(105, 100, 0), clipAnchor(206.9, 200, 0), clipAnchor(306, 300, 0)},
-        pal));
-    EXPECT_FALSE(SyncMap::isConsistent(
-        std::vector{clipAnchor(105, 100, 0), clipAnchor(307, 300, 0), clipAnchor(206, 200, 0)},
-        pal));
+TEST(Anchors, AgreeWhileTheirOffsetsSpanLessThanTwoSeconds) {
+    std::vector anchors{clipAnchor(105, 100), clipAnchor(206.9, 200)};
+    EXPECT_TRUE(SyncMap::isConsistent(anchors, pal));
+    // Offsets 5, 7, 6.9: the span of all counts, not the steps between neighbours.
+    anchors.insert(anchors.begin() + 1, clipAnchor(307, 300));
+    EXPECT_FALSE(SyncMap::isConsistent(anchors, pal));
     // A scan anchor's position depends on the rate: 10:00:00:00 is 36036 s at 29.97.
-    const Anchor scan{36036, Timecode{10, 0, 0, 0, false}, std::nullopt, 0};
-    EXPECT_NEAR(scan.position(ntsc30), 36036, 1e-6);
-    EXPECT_TRUE(SyncMap::isConsistent(std::vector{scan, clipAnchor(36100, 36099, 0)}, ntsc30));
-    EXPECT_FALSE(SyncMap::isConsistent(std::vector{scan, clipAnchor(36100, 36099, 0)}, pal));
+    const std::vector both{Anchor{36036, Timecode{10, 0, 0, 0, false}, std::nullopt, 0},
+                           clipAnchor(36100, 36099)};
+    EXPECT_TRUE(SyncMap::isConsistent(both, ntsc30));
+    EXPECT_FALSE(SyncMap::isConsistent(both, pal));
 }
 
 TEST(Place, InterpolatesBetweenAnchorsAndExtendsBeyondThem) {
     // Given out of order; the camera's clock gains one second between the anchors.
-    const std::vector anchors{clipAnchor(2201, 200, 0), clipAnchor(2100, 100, 0)};
-    const auto place = [&](double t) { return SyncMap::place(t, anchors, pal, true, {}); };
-    EXPECT_DOUBLE_EQ(place(150), 2150.5);
-    EXPECT_DOUBLE_EQ(place(175), 2175.75);
+    const std::vector anchors{clipAnchor(2201, 200), clipAnchor(2100, 100)};
     // At an anchor's position that anchor is the interval's end: its offset exactly.
-    EXPECT_DOUBLE_EQ(place(200), 2201);
-    EXPECT_DOUBLE_EQ(place(100), 2100);
-    EXPECT_DOUBLE_EQ(place(40), 2040);
-    EXPECT_DOUBLE_EQ(place(900), 2901);
+    for (const auto& [t, expected] : std::vector<std::pair<double, double>>{
+             {150, 2150.5}, {175, 2175.75}, {200, 2201}, {100, 2100}, {40, 2040}, {900, 2901}})
+        EXPECT_DOUBLE_EQ(SyncMap::place(t, anchors, pal, true, {}), expected) << t;
     // Of anchors at one position the one given later sorts last.
-    const std::vector same{clipAnchor(2101, 100, 0), clipAnchor(2100, 100, 0)};
+    const std::vector same{clipAnchor(2101, 100), clipAnchor(2100, 100)};
     EXPECT_DOUBLE_EQ(SyncMap::place(150, same, pal, true, {}), 2150);
     EXPECT_DOUBLE_EQ(SyncMap::place(50, same, pal, true, {}), 2051);
 }
@@ -57,21 +50,17 @@ TEST(Place, WrapsAtMidnightOfTheTimecodeDay) {
     const double noon = 1'000'000;
     // Scanned at 00:00:10:00 at 29.97; a clip started at 23:59:50:00, 20 timecode
     // seconds earlier: 20.02 real seconds at the slowed rate, not most of a day later.
-    const Anchor scan{noon, Timecode{0, 0, 10, 0, false}, std::nullopt, noon};
-    const double clip = Timecode{23, 59, 50, 0, false}.secondsAt(ntsc30);
-    EXPECT_NEAR(SyncMap::place(clip, std::vector{scan}, ntsc30, true, {}), noon - 20.02, 1e-6);
-    // The other way round: a clip just after midnight against a scan just before.
+    const Anchor early{noon, Timecode{0, 0, 10, 0, false}, std::nullopt, noon};
     const Anchor late{noon, Timecode{23, 59, 50, 0, false}, std::nullopt, noon};
-    const double early = Timecode{0, 0, 10, 0, false}.secondsAt(ntsc30);
-    EXPECT_NEAR(SyncMap::place(early, std::vector{late}, ntsc30, true, {}), noon + 20.02, 1e-6);
-    // At 25 fps the day is exactly 86400 s.
-    const Anchor palScan{noon, Timecode{0, 0, 10, 0, false}, std::nullopt, noon};
-    EXPECT_DOUBLE_EQ(SyncMap::place(86390, std::vector{palScan}, pal, true, {}), noon - 20);
+    const double beforeMidnight = late.position(ntsc30), afterMidnight = early.position(ntsc30);
+    EXPECT_NEAR(SyncMap::place(beforeMidnight, std::vector{early}, ntsc30, true, {}), noon - 20.02,
+                1e-6);
+    EXPECT_NEAR(SyncMap::place(afterMidnight, std::vector{late}, ntsc30, true, {}), noon + 20.02,
+                1e-6);
     // Many days away the result still lands within half a day of the anchor, and
     // absurd input ends rather than wrapping day by day forever.
-    const double far = SyncMap::place(1e12, std::vector{palScan}, pal, true, {});
-    EXPECT_LE(std::abs(far - noon), 43200);
-    EXPECT_TRUE(std::isfinite(SyncMap::place(1e300, std::vector{palScan}, pal, true, {})));
+    EXPECT_LE(std::abs(SyncMap::place(1e12, std::vector{early}, pal, true, {}) - noon), 43200);
+    EXPECT_TRUE(std::isfinite(SyncMap::place(1e300, std::vector{early}, pal, true, {})));
 }
 
 TEST(Place, DisagreeingAnchorsUseTheOneCreatedNearestTheFile) {
@@ -100,14 +89,11 @@ TEST(Place, AnchorsAddedOneByOnePlaceAsTheWholeListDoes) {
             anchors.push_back(clipAnchor(1000 + position + small(random), position, small(random)));
             line.add(anchors.back());
             ASSERT_EQ(line.consistent(), SyncMap::isConsistent(anchors, pal));
-            for (double t : {50.0, 100.0, 150.0, 400.0, 450.0}) {
-                for (bool consistent : {true, false}) {
-                    ASSERT_EQ(line.place(t, consistent, 2.0),
-                              SyncMap::place(t, anchors, pal, consistent, 2.0));
-                    ASSERT_EQ(line.place(t, consistent, {}),
-                              SyncMap::place(t, anchors, pal, consistent, {}));
-                }
-            }
+            for (double t : {50.0, 100.0, 150.0, 400.0, 450.0})
+                for (bool consistent : {true, false})
+                    for (auto created : {std::optional{2.0}, std::optional<double>{}})
+                        ASSERT_EQ(line.place(t, consistent, created),
+                                  SyncMap::place(t, anchors, pal, consistent, created));
         }
     }
 }
