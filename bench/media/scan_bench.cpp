@@ -37,10 +37,10 @@ std::vector<Sample> baseFiles() {
     fs::create_directories(base);
     std::vector<Sample> samples;
     const auto movie = [&](const std::string& kind, const std::string& name,
-                           fixtures::MovieSpec spec) {
+                           fixtures::MovieSpec recipe) {
         const std::string path = base + "/" + name;
         if (!fs::exists(path))
-            fixtures::makeMovie(path, spec);
+            fixtures::makeMovie(path, recipe);
         samples.push_back({kind, path});
     };
     for (double seconds : {2.0, 120.0}) {
@@ -70,10 +70,10 @@ std::vector<Sample> baseFiles() {
                .withAudio = true});
     }
     const auto wave = [&](const std::string& kind, const std::string& name,
-                          fixtures::WaveSpec spec) {
+                          fixtures::WaveSpec recipe) {
         const std::string path = base + "/" + name;
         if (!fs::exists(path))
-            fixtures::makeWave(path, spec);
+            fixtures::makeWave(path, recipe);
         samples.push_back({kind, path});
     };
     wave("wav 2s", "take2s.wav", {.seconds = 2, .channels = 2, .timeReference = 172'800'000});

@@ -18,8 +18,8 @@ Paths paths(const std::vector<ClipFile>& clips) {
     return result;
 }
 
-void copyMovie(const fixtures::MovieSpec& spec, const std::string& to) {
-    std::filesystem::copy_file(fixtures::cachedMovie(spec), to);
+void copyMovie(const fixtures::MovieSpec& recipe, const std::string& to) {
+    std::filesystem::copy_file(fixtures::cachedMovie(recipe), to);
 }
 
 void writeWave(const std::string& path) {

@@ -6,8 +6,8 @@
 namespace korvalume {
 namespace {
 
-std::optional<ClipFile> readSidecar(const fixtures::SonySidecarSpec& spec) {
-    return SonyClipMeta::read("/card/C0001.MP4", fixtures::sonySidecarXml(spec));
+std::optional<ClipFile> readSidecar(const fixtures::SonySidecarSpec& recipe) {
+    return SonyClipMeta::read("/card/C0001.MP4", fixtures::sonySidecarXml(recipe));
 }
 
 TEST(SonyClipMeta, LtcValuesDecodeFromBinaryCodedDecimal) {

@@ -54,58 +54,58 @@ std::string TempDir::file(std::string_view relative) const {
     return full.toStdString();
 }
 
-std::string makeMovie(const std::string& path, const MovieSpec& spec) {
-    const QString seconds = QString::number(spec.seconds, 'g', 10);
-    const QString rate = spec.rate.ntsc ? QString("%1/1001").arg(spec.rate.timebase * 1000)
-                                        : QString::number(spec.rate.timebase);
+std::string makeMovie(const std::string& path, const MovieSpec& recipe) {
+    const QString seconds = QString::number(recipe.seconds, 'g', 10);
+    const QString rate = recipe.rate.ntsc ? QString("%1/1001").arg(recipe.rate.timebase * 1000)
+                                          : QString::number(recipe.rate.timebase);
     const QString picture =
         QString("testsrc=size=%1x%2:rate=%3:duration=%4")
-            .arg(QString::number(spec.width), QString::number(spec.height), rate, seconds);
+            .arg(QString::number(recipe.width), QString::number(recipe.height), rate, seconds);
     QStringList arguments;
-    if (spec.withVideo)
+    if (recipe.withVideo)
         arguments += {"-f", "lavfi", "-i", picture};
-    if (spec.withAudio)
+    if (recipe.withAudio)
         arguments +=
             {"-f", "lavfi", "-i", "sine=frequency=1000:sample_rate=48000:duration=" + seconds};
-    if (spec.container == Container::Mxf)
+    if (recipe.container == Container::Mxf)
         arguments += {"-c:v", "mpeg2video", "-c:a", "pcm_s16le"};
     else // H.264 as cameras write it; libavformat leaves MPEG-4 part 2 sizes to the decoder.
         arguments +=
             {"-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-c:a", "aac"};
-    if (spec.container == Container::M4v)
+    if (recipe.container == Container::M4v)
         arguments += {"-f", "mp4"};
-    if (spec.timecode)
-        arguments += {"-timecode", QString::fromStdString(*spec.timecode)};
-    if (spec.creationTime)
-        arguments += {"-metadata", "creation_time=" + QString::fromStdString(*spec.creationTime)};
+    if (recipe.timecode)
+        arguments += {"-timecode", QString::fromStdString(*recipe.timecode)};
+    if (recipe.creationTime)
+        arguments += {"-metadata", "creation_time=" + QString::fromStdString(*recipe.creationTime)};
     runFfmpeg(arguments << QString::fromStdString(path));
     return path;
 }
 
-const std::string& cachedMovie(const MovieSpec& spec) {
+const std::string& cachedMovie(const MovieSpec& recipe) {
     static std::mutex mutex;
     static TempDir folder;
     static std::deque<std::pair<MovieSpec, std::string>> made; // references stay valid
     const std::lock_guard lock(mutex);
     for (const auto& [madeSpec, path] : made) {
-        if (madeSpec == spec)
+        if (madeSpec == recipe)
             return path;
     }
     const char* extensions[] = {"mov", "mp4", "m4v", "mxf"};
-    const std::string name = std::to_string(made.size()) + "." + extensions[int(spec.container)];
-    return made.emplace_back(spec, makeMovie(folder.file(name), spec)).second;
+    const std::string name = std::to_string(made.size()) + "." + extensions[int(recipe.container)];
+    return made.emplace_back(recipe, makeMovie(folder.file(name), recipe)).second;
 }
 
-std::string makeWave(const std::string& path, const WaveSpec& spec) {
+std::string makeWave(const std::string& path, const WaveSpec& recipe) {
     const QString sound = QString("sine=frequency=440:sample_rate=%1:duration=%2")
-                              .arg(spec.sampleRate)
-                              .arg(spec.seconds, 0, 'g', 10);
-    QStringList arguments{"-f",   "lavfi",    "-i", sound, "-ac", QString::number(spec.channels),
+                              .arg(recipe.sampleRate)
+                              .arg(recipe.seconds, 0, 'g', 10);
+    QStringList arguments{"-f",   "lavfi",    "-i", sound, "-ac", QString::number(recipe.channels),
                           "-c:a", "pcm_s16le"};
-    if (spec.timeReference)
+    if (recipe.timeReference)
         arguments += {"-write_bext", "1", "-metadata",
-                      QString("time_reference=%1").arg(*spec.timeReference)};
-    if (spec.rf64)
+                      QString("time_reference=%1").arg(*recipe.timeReference)};
+    if (recipe.rf64)
         arguments += {"-rf64", "always"};
     runFfmpeg(arguments + QStringList{"-f", "wav", QString::fromStdString(path)});
     return path;
@@ -172,7 +172,7 @@ std::string WaveBuilder::write(const std::string& path) const {
     return path;
 }
 
-std::string sonySidecarXml(const SonySidecarSpec& spec) {
+std::string sonySidecarXml(const SonySidecarSpec& recipe) {
     // An FX-series camera's NonRealTimeMeta file, trimmed to a few of the
     // elements the reader must pass over.
     const char* layout = R"(<?xml version="1.0" encoding="UTF-8"?>
@@ -194,21 +194,21 @@ std::string sonySidecarXml(const SonySidecarSpec& spec) {
 	<Device manufacturer="Sony" modelName="%11" serialNo="%12"/>
 </NonRealTimeMeta>
 )";
-    const auto last = std::max<std::int64_t>(spec.durationFrames - 1, 0);
+    const auto last = std::max<std::int64_t>(recipe.durationFrames - 1, 0);
     return QString(layout)
-        .arg(QString::number(spec.durationFrames), QString::number(last), text(spec.tcFps),
-             text(spec.firstLtc), text(spec.creationDate), text(spec.captureFps),
-             text(spec.formatFps), QString::number(spec.width), QString::number(spec.height),
-             QString::number(spec.channels), text(spec.model), text(spec.serial))
+        .arg(QString::number(recipe.durationFrames), QString::number(last), text(recipe.tcFps),
+             text(recipe.firstLtc), text(recipe.creationDate), text(recipe.captureFps),
+             text(recipe.formatFps), QString::number(recipe.width), QString::number(recipe.height),
+             QString::number(recipe.channels), text(recipe.model), text(recipe.serial))
         .toStdString();
 }
 
-std::string writeSonySidecar(const std::string& clipPath, const SonySidecarSpec& spec,
+std::string writeSonySidecar(const std::string& clipPath, const SonySidecarSpec& recipe,
                              std::string_view suffix) {
     const QFileInfo clip(QString::fromStdString(clipPath));
     const std::string path =
         clip.dir().filePath(clip.completeBaseName() + text(suffix)).toStdString();
-    writeFile(path, sonySidecarXml(spec));
+    writeFile(path, sonySidecarXml(recipe));
     return path;
 }
 

@@ -47,9 +47,9 @@ struct MovieSpec {
 };
 
 // Writes a movie at `path` with the ffmpeg CLI; returns `path`.
-std::string makeMovie(const std::string& path, const MovieSpec& spec);
-// Made once per test process per spec and shared: media making dominates the suite.
-const std::string& cachedMovie(const MovieSpec& spec);
+std::string makeMovie(const std::string& path, const MovieSpec& recipe);
+// Made once per test process per recipe and shared: media making dominates the suite.
+const std::string& cachedMovie(const MovieSpec& recipe);
 
 // A WAV file made by ffmpeg's own muxer, with bext and RF64 where asked.
 struct WaveSpec {
@@ -59,7 +59,7 @@ struct WaveSpec {
     std::optional<std::uint64_t> timeReference; // written in a bext chunk
     bool rf64 = false;
 };
-std::string makeWave(const std::string& path, const WaveSpec& spec);
+std::string makeWave(const std::string& path, const WaveSpec& recipe);
 
 // Hand-built RIFF/RF64/BW64 files, chunk by chunk, for layouts no muxer writes.
 class WaveBuilder {
@@ -97,9 +97,9 @@ struct SonySidecarSpec {
     std::int64_t height = 2160;
     std::int64_t channels = 4;
 };
-std::string sonySidecarXml(const SonySidecarSpec& spec);
+std::string sonySidecarXml(const SonySidecarSpec& recipe);
 // Writes the sidecar beside `clipPath` as base + `suffix` ("M01.XML" or "M01.xml").
-std::string writeSonySidecar(const std::string& clipPath, const SonySidecarSpec& spec,
+std::string writeSonySidecar(const std::string& clipPath, const SonySidecarSpec& recipe,
                              std::string_view suffix = "M01.XML");
 
 void writeFile(const std::string& path, std::string_view contents);
