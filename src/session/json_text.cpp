@@ -64,16 +64,6 @@ void appendUtf8(std::string& out, std::uint32_t codePoint) {
     }
 }
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
@@ -581,6 +571,16 @@ void JsonReader::expectEnd() {
     skipWhitespace();
     if (pos_ != text_.size())
         syntaxError("unexpected text after the end");
+}
+
+int hexValue(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
 }
 
 } // namespace korvalume::jsontext

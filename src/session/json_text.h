@@ -25,6 +25,9 @@ struct JsonSyntaxError : JsonTextError {
 inline constexpr int maxDepth = 256;
 
 bool isValidUtf8(std::string_view text);
+
+// The value of one hexadecimal digit, either case; -1 for any other character.
+int hexValue(char c);
 // Roughly log10 of the magnitude of a valid JSON number token (where its first
 // significant digit sits, plus the exponent); tells overflow from underflow.
 long long decimalExponent(std::string_view token);

@@ -1,5 +1,7 @@
 #include "session/uuid.h"
 
+#include "session/json_text.h"
+
 #include <QRandomGenerator>
 
 #include <cstring>
@@ -7,16 +9,6 @@
 namespace korvalume {
 
 namespace {
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
 
 constexpr bool isHyphenPosition(std::size_t i) {
     return i == 8 || i == 13 || i == 18 || i == 23;
@@ -35,7 +27,7 @@ std::optional<Uuid> Uuid::parse(std::string_view text) {
                 return std::nullopt;
             continue;
         }
-        const int digit = hexDigit(text[i]);
+        const int digit = jsontext::hexValue(text[i]);
         if (digit < 0)
             return std::nullopt;
         uuid.bytes[nibble / 2] = std::uint8_t(uuid.bytes[nibble / 2] << 4 | digit);
