@@ -123,7 +123,7 @@ int runExport(std::span<const std::string> args, Io& io) {
     auto planned = planShoot(options->logs, options->folders, "export", io);
     if (const auto* failure = std::get_if<ExitCode>(&planned))
         return *failure;
-    const auto& [doc, plans, folders] = std::get<Shoot>(planned);
+    const auto& [doc, plans, folders] = std::get<Shoot::Planned>(planned);
     const auto written = PremiereXML::build(doc, plans);
     for (const auto& clip : written.leftOut)
         io.err << "korvalume export: " << clip.path

@@ -174,7 +174,7 @@ int runPlan(std::span<const std::string> args, Io& io) {
     auto planned = planShoot(options->logs, options->folders, "plan", io);
     if (const auto* failure = std::get_if<ExitCode>(&planned))
         return *failure;
-    const auto& [doc, plans, folders] = std::get<Shoot>(planned);
+    const auto& [doc, plans, folders] = std::get<Shoot::Planned>(planned);
     if (options->json)
         printJson(plans, folders, io.out);
     else

@@ -1,7 +1,6 @@
 #include "cli/shoot_input.h"
 
 #include "media/media_reader.h"
-#include "sync/shoot_plan.h"
 
 #include <algorithm>
 #include <ostream>
@@ -45,81 +44,49 @@ void printLogMessages(const OpenedLogs& opened, std::ostream& err) {
     }
 }
 
-std::vector<ClipFile> readCard(const std::string& folder, Io& io) {
-    const bool showProgress = io.errIsTerminal && !io.quiet;
-    MediaReader::ScanOptions options;
-    if (showProgress) {
-        options.progress = [&io, &folder](const MediaReader::ScanProgress& progress) {
+namespace {
+
+Shoot::Options progressOn(Io& io) {
+    Shoot::Options options;
+    if (io.errIsTerminal && !io.quiet) {
+        options.progress = [&io](const std::string& folder,
+                                 const MediaReader::ScanProgress& progress) {
             io.err << "\rreading " << folder << ": " << progress.filesDone << "/"
                    << progress.filesTotal << " files\x1b[K" << std::flush;
         };
     }
-    auto clips = MediaReader::clips(folder, options);
-    if (showProgress)
-        io.err << "\r\x1b[K" << std::flush;
-    return clips;
+    return options;
 }
 
-namespace {
-
-std::string cameraList(const SessionDoc& doc) {
-    std::string list;
-    for (const auto& camera : doc.cameras) {
-        if (!list.empty())
-            list += ", ";
-        list += camera.name;
-    }
-    return list.empty() ? "none" : list;
+void endProgress(const Shoot::Options& options, Io& io) {
+    if (options.progress)
+        io.err << "\r\x1b[K" << std::flush;
 }
 
 } // namespace
 
-std::variant<Shoot, ExitCode> planShoot(const std::vector<std::string>& logs,
-                                        const std::vector<FolderArgument>& folders,
-                                        std::string_view command, Io& io) {
-    const OpenedLogs opened = openLogs(logs);
-    printLogMessages(opened, io.err);
-    if (!opened.doc) {
-        io.err << "korvalume " << command << ": no session log could be opened\n";
-        return InputProblem;
-    }
-    const SessionDoc& doc = *opened.doc;
+std::vector<ClipFile> readCard(const std::string& folder, Io& io) {
+    const auto options = progressOn(io);
+    auto clips = Shoot::readCard(folder, options);
+    endProgress(options, io);
+    return clips;
+}
 
-    std::vector<SyncMap::CameraCard> cards;
-    for (const auto& argument : folders) {
-        const auto camera = SyncMap::findCamera(doc, argument.camera);
-        if (!camera) {
-            io.err << "korvalume " << command << ": session '" << doc.name << "' has no camera '"
-                   << argument.camera << "'; its cameras: " << cameraList(doc) << '\n';
-            return Usage;
-        }
-        const bool repeated = std::any_of(cards.begin(), cards.end(), [&](const auto& card) {
-            return card.cameraID == camera->id;
-        });
-        if (repeated) {
-            io.err << "korvalume " << command << ": camera '" << camera->name
-                   << "' was given two folders\n";
-            return Usage;
-        }
-        cards.push_back({camera->id, argument.folder, {}});
+std::variant<Shoot::Planned, ExitCode> planShoot(const std::vector<std::string>& logs,
+                                                 const std::vector<FolderArgument>& folders,
+                                                 std::string_view command, Io& io) {
+    auto options = progressOn(io);
+    options.logsOpened = [&io](const OpenedLogs& opened) { printLogMessages(opened, io.err); };
+    auto outcome = Shoot::run(logs, folders, options);
+    if (auto* planned = std::get_if<Shoot::Planned>(&outcome)) {
+        endProgress(options, io);
+        return std::move(*planned);
     }
-    // Every folder is checked before any is read, so a typo fails at once.
-    for (const auto& card : cards) {
-        if (const auto problem = MediaReader::folderProblem(card.folder)) {
-            io.err << "korvalume " << command << ": " << card.folder << ": " << *problem << '\n';
-            return InputProblem;
-        }
-    }
-    for (auto& card : cards)
-        card.files = readCard(card.folder, io);
-
-    Shoot shoot{doc, SyncMap::planCameras(doc, cards), {}};
-    for (const auto& plan : shoot.plans) {
-        const auto card = std::find_if(cards.begin(), cards.end(),
-                                       [&](const auto& c) { return c.cameraID == plan.camera.id; });
-        shoot.folders.push_back(card == cards.end() ? std::string() : card->folder);
-    }
-    return shoot;
+    const auto& problem = std::get<Shoot::Problem>(outcome);
+    io.err << "korvalume " << command << ": " << problem.text << '\n';
+    using Kind = Shoot::Problem::Kind;
+    return problem.kind == Kind::unknownCamera || problem.kind == Kind::cameraTwice ? Usage
+                                                                                    : InputProblem;
 }
 
 } // namespace korvalume::cli
