@@ -110,7 +110,7 @@ void BM_SendAndDecode10kEventLog(benchmark::State& state) {
     const auto bytes = doc.encoded()->size();
     Pair pair(session);
     int received = 0;
-    pair.bravo.setOnReceive([&](const SessionDoc&) { ++received; });
+    pair.bravo.setOnReceive([&](const SessionDoc&, const QString&) { ++received; });
     if (!pair.link()) {
         state.SkipWithError("the pair did not link");
         return;

@@ -202,7 +202,7 @@ int PeerLink::broadcast(const SessionDoc& doc) {
     return static_cast<int>(peers.size());
 }
 
-void PeerLink::setOnReceive(std::function<void(const SessionDoc&)> onReceive) {
+void PeerLink::setOnReceive(std::function<void(const SessionDoc&, const QString& from)> onReceive) {
     onReceive_ = std::move(onReceive);
 }
 
@@ -303,7 +303,7 @@ void PeerLink::admit(PeerConnection* connection) {
     connect(connection->socket, &QSslSocket::readyRead, connection, [this, connection] {
         connection->reader.append(connection->socket->readAll());
         while (auto payload = connection->reader.next()) {
-            deliver(*payload);
+            deliver(*payload, connection->peerName);
             // The receiver may have stopped the link or dropped this peer.
             const bool alive = std::any_of(connections_.begin(), connections_.end(),
                                            [&](const auto& c) { return c.get() == connection; });
@@ -349,13 +349,20 @@ void PeerLink::drop(PeerConnection* connection, const QString& why) {
     }
 }
 
-void PeerLink::deliver(std::string_view log) {
+void PeerLink::deliver(std::string_view log, const QString& peerName) {
     auto doc = SessionDoc::decode(log);
     // Anything that is not a session log is dropped without a word; the link stays.
     if (!doc || !onReceive_) {
         return;
     }
-    onReceive_(*doc);
+    onReceive_(*doc, PeerProtocol::connectedName(peerName));
+}
+
+bool PeerLink::isSending() const {
+    return std::any_of(connections_.begin(), connections_.end(), [](const auto& connection) {
+        return connection->linked && (connection->socket->bytesToWrite() > 0 ||
+                                      connection->socket->encryptedBytesToWrite() > 0);
+    });
 }
 
 void PeerLink::sendCurrent(PeerConnection* connection) {

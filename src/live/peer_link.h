@@ -61,10 +61,14 @@ public:
     // Returns the number of peers it was sent to.
     int broadcast(const SessionDoc& doc);
 
-    // Called with every log received (undecodable data never reaches it).
-    void setOnReceive(std::function<void(const SessionDoc&)> onReceive);
+    // Called with every log received and the sender's name as `connected` lists it
+    // (undecodable data never reaches it).
+    void setOnReceive(std::function<void(const SessionDoc&, const QString& from)> onReceive);
     // Asked for the log to send to a newly connected peer; nothing sent when it is empty.
     void setCurrent(std::function<std::optional<SessionDoc>()> current);
+
+    // Some data handed to `broadcast` has not left this machine yet.
+    bool isSending() const;
 
     // Connected peers' display names up to the first "#", sorted.
     QStringList connected() const;
@@ -91,7 +95,7 @@ private:
     void inviteAgainLater(const QString& peerDisplayName);
     void admit(PeerConnection* connection);
     void drop(PeerConnection* connection, const QString& why);
-    void deliver(std::string_view log);
+    void deliver(std::string_view log, const QString& peerName);
     void sendCurrent(PeerConnection* connection);
     void updateConnected();
 
@@ -99,7 +103,7 @@ private:
     QString peerName_;
     QString sessionID_; // upper-case UUID text; empty when stopped
     QByteArray key_;
-    std::function<void(const SessionDoc&)> onReceive_;
+    std::function<void(const SessionDoc&, const QString&)> onReceive_;
     std::function<std::optional<SessionDoc>()> current_;
     std::unique_ptr<QSslServer> server_;
     std::unique_ptr<DnsSdDiscovery> discovery_;

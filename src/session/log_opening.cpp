@@ -38,36 +38,43 @@ Result<SessionDoc> readLog(const std::string& path) {
     return SessionDoc::decode(std::string_view(bytes.constData(), std::size_t(bytes.size())));
 }
 
-void openLogs(OpenedLogs& state, std::span<const std::string> paths) {
-    for (const auto& path : paths) {
-        if (!hasLogExtension(path))
-            continue;
-        const std::string fileName = lastPathComponent(path);
-        auto read = readLog(path);
-        if (!read) {
-            state.messages.push_back({fileName + " is not a Korvalume session log.", read.error()});
-            continue;
-        }
-        SessionDoc& incoming = *read;
-        if (!state.doc) {
-            state.doc = std::move(incoming);
-            state.logCount = 1;
-            continue;
-        }
-        if (state.doc->id == incoming.id) {
-            auto lines = state.report.value_or(std::vector<std::string>{});
-            for (auto& line : state.doc->report(incoming))
-                lines.push_back(std::move(line));
-            state.report = std::move(lines);
-            state.doc->merge(incoming);
-            ++state.logCount;
-            continue;
-        }
-        state.messages.push_back({fileName + " is from session \u201c" + incoming.name +
-                                      "\u201d. You have \u201c" + state.doc->name +
-                                      "\u201d open, so it was left out.",
-                                  {}});
+LogStep openLog(OpenedLogs& state, const std::string& path, Combining combining) {
+    if (!hasLogExtension(path))
+        return LogStep::skipped;
+    const std::string fileName = lastPathComponent(path);
+    auto read = readLog(path);
+    if (!read) {
+        state.messages.push_back({fileName + " is not a Korvalume session log.", read.error()});
+        return LogStep::unreadable;
     }
+    SessionDoc& incoming = *read;
+    if (!state.doc) {
+        state.doc = std::move(incoming);
+        state.logCount = 1;
+        return LogStep::opened;
+    }
+    if (state.doc->id == incoming.id) {
+        auto lines = state.report.value_or(std::vector<std::string>{});
+        for (auto& line : state.doc->report(incoming))
+            lines.push_back(std::move(line));
+        state.report = std::move(lines);
+        if (combining == Combining::mergeLive)
+            state.doc->mergeLive(incoming);
+        else
+            state.doc->merge(incoming);
+        ++state.logCount;
+        return LogStep::combined;
+    }
+    state.messages.push_back({fileName + " is from session \u201c" + incoming.name +
+                                  "\u201d. You have \u201c" + state.doc->name +
+                                  "\u201d open, so it was left out.",
+                              {}});
+    return LogStep::leftOut;
+}
+
+void openLogs(OpenedLogs& state, std::span<const std::string> paths) {
+    for (const auto& path : paths)
+        openLog(state, path, Combining::merge);
 }
 
 OpenedLogs openLogs(std::span<const std::string> paths) {

@@ -25,6 +25,24 @@ struct OpenedLogs {
     std::vector<LogMessage> messages;               // in order; the desk shows only the last
 };
 
+// How a log of the open session is combined into it.
+enum class Combining {
+    merge,     // after the shoot
+    mergeLive, // during a live session: the open log's own end stays as it is
+};
+
+// What opening one file did to the state.
+enum class LogStep {
+    skipped,    // not a ".korvalume" file; nothing said
+    unreadable, // a message says so
+    opened,     // it became the open log
+    combined,   // it was combined into the open log, and its report added
+    leftOut,    // it belongs to another session; a message says so
+};
+
+// Opens one file into `state` as the desk does.
+LogStep openLog(OpenedLogs& state, const std::string& path, Combining combining);
+
 // Opens the files in order as the desk does after a shoot, never going live:
 // files whose extension is not "korvalume" are skipped silently, unreadable ones
 // get a message, logs of the open session are reported and combined with `merge`,

@@ -80,6 +80,8 @@ TEST_F(PeerLinkTest, TwoLinksOfOneSessionFormOneConnectionFromTheLowerName) {
     EXPECT_EQ(phone.link.connected(), QStringList{"Studio Mac"});
     EXPECT_EQ(mac.received[0], *phone.currentLog);
     EXPECT_EQ(phone.received[0], *mac.currentLog);
+    EXPECT_EQ(mac.senders[0], "Tablet");
+    EXPECT_EQ(phone.senders[0], "Studio Mac");
 
     // Found again while linked: still one connection, no second exchange of logs.
     mac.find(phone);

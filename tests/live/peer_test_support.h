@@ -53,7 +53,10 @@ struct RecordingLink {
     RecordingLink(PeerLink::Options options, std::optional<SessionDoc> current)
         : link(std::move(options)) {
         application();
-        link.setOnReceive([this](const SessionDoc& doc) { received.push_back(doc); });
+        link.setOnReceive([this](const SessionDoc& doc, const QString& from) {
+            received.push_back(doc);
+            senders.push_back(from);
+        });
         link.setCurrent([this] { return currentLog; });
         currentLog = std::move(current);
         QObject::connect(&link, &PeerLink::peerProblem, &link,
@@ -71,6 +74,7 @@ struct RecordingLink {
     PeerLink link;
     std::optional<SessionDoc> currentLog;
     std::vector<SessionDoc> received;
+    std::vector<QString> senders; // who sent each received log
     std::vector<QString> problems;
 };
 

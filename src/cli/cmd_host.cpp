@@ -1,0 +1,144 @@
+// korvalume host: the desk without a window, as the owner of a live session.
+#include "cli/command.h"
+#include "cli/live_desk.h"
+#include "cli/shoot_input.h"
+#include "session/session_doc.h"
+#include "time/frame_rate.h"
+
+#include <QFileInfo>
+
+#include <ostream>
+
+namespace korvalume::cli {
+namespace {
+
+constexpr std::string_view hostHelp =
+    R"(Usage: korvalume host [--name NAME] [--fps RATE] [--resume LOG]
+                      [--sessions-dir DIR] [--operator NAME] [--for SECONDS]
+
+Hosts a live session from this machine, without the window: starts the session
+(or takes up an unfinished log with --resume), prints its join link and QR
+code, and takes in the logs of the phones and desks that join. Every change is
+saved to the sessions folder. Ctrl-C, SIGTERM or the end of --for ends the
+session for everyone, saves it, sends it to every peer and prints where it is.
+
+Options:
+  --name NAME          the session's name (default: SHOOT and today's date)
+  --fps RATE           the session's frame rate: 23.976, 24, 25, 29.97, 48*, 50,
+                       59.94 (default 25)
+  --resume LOG         take up this unfinished session log instead
+  --sessions-dir DIR   where the log is saved (default: Documents/Korvalume Sessions)
+  --operator NAME      the name the phones see for this run
+  --for SECONDS        end the session after this long
+
+Examples:
+  korvalume host --name "DAY 2" --fps 23.976
+  korvalume host --resume "Korvalume Sessions/DAY 2 3F2A.korvalume"
+)";
+
+std::optional<FrameRate> rateFromLabel(const std::string& label) {
+    for (const auto& rate : FrameRate::all()) {
+        if (rate.label() == label)
+            return rate;
+    }
+    return std::nullopt;
+}
+
+void printReceived(DeskModel& model, std::ostream& out) {
+    QObject::connect(&model, &DeskModel::received, &model,
+                     [&out](const QString& from, const QStringList& lines) {
+                         const QString who = from.isEmpty() ? QStringLiteral("a peer") : from;
+                         out << who.toStdString() << ": "
+                             << (lines.isEmpty() ? QStringLiteral("nothing new")
+                                                 : lines.join(QStringLiteral(" ")))
+                                    .toStdString()
+                             << std::endl;
+                     });
+}
+
+int runHost(std::span<const std::string> args, Io& io) {
+    std::string name;
+    FrameRate fps = FrameRate::pal();
+    std::optional<std::string> resume;
+    LiveDeskOptions options;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        std::optional<std::string> value;
+        const auto take = [&](std::string_view option) {
+            if (!isOption(arg, option))
+                return false;
+            value = optionValue(args, i, option, "host", io.err);
+            return true;
+        };
+        if (take("--name")) {
+            if (!value)
+                return Usage;
+            name = *value;
+        } else if (take("--fps")) {
+            if (!value)
+                return Usage;
+            const auto rate = rateFromLabel(*value);
+            if (!rate) {
+                io.err << "korvalume host: --fps takes one of 23.976, 24, 25, 29.97, 48*, 50, "
+                          "59.94, not '"
+                       << *value << "'\n";
+                return Usage;
+            }
+            fps = *rate;
+        } else if (take("--resume")) {
+            if (!value)
+                return Usage;
+            resume = *value;
+        } else if (const auto live = takeLiveOption(args, i, "host", options, io)) {
+            if (!*live)
+                return Usage;
+        } else {
+            io.err << "korvalume host: unknown argument '" << arg << "'\n";
+            return Usage;
+        }
+    }
+
+    LiveDesk desk(options);
+    DeskModel& model = desk.model();
+    if (resume) {
+        model.open(std::vector<std::string>{*resume});
+        if (!model.isLive()) {
+            io.err << "korvalume host: " << *resume << ": "
+                   << (model.message().isEmpty()
+                           ? std::string("not an unfinished session log less than 18 hours "
+                                         "old")
+                           : model.message().toStdString())
+                   << '\n';
+            return InputProblem;
+        }
+    } else {
+        model.startLive(name, fps);
+    }
+
+    io.out << "Session " << model.sessionName().toStdString() << " (" << model.doc()->fps.label()
+           << " fps)\n"
+           << "Join link: " << model.joinLink().toStdString() << "\n\n"
+           << terminalQr(model.joinLink()) << std::endl;
+    printReceived(model, io.out);
+    desk.run(options.limit);
+
+    model.endLive();
+    desk.flush(std::chrono::seconds(2));
+    if (model.savedTo().isEmpty()) {
+        io.err << "korvalume host: the log could not be saved in "
+               << options.sessionsFolder.toStdString() << '\n';
+        return InputProblem;
+    }
+    io.out << "Ended. The log is at " << model.savedTo().toLocalFile().toStdString() << '\n';
+    return Done;
+}
+
+const CommandRegistration registration{{
+    .name = "host",
+    .summary = "host a live session without the window",
+    .help = hostHelp,
+    .run = runHost,
+}};
+
+} // namespace
+} // namespace korvalume::cli

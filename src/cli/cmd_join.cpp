@@ -1,0 +1,113 @@
+// korvalume join: a desk that follows someone else's live session.
+#include "cli/command.h"
+#include "cli/live_desk.h"
+#include "cli/shoot_input.h"
+#include "session/session_doc.h"
+#include "session/session_link.h"
+
+#include <QObject>
+
+#include <ostream>
+
+namespace korvalume::cli {
+namespace {
+
+constexpr std::string_view joinHelp =
+    R"(Usage: korvalume join LINK|LOG [LOG...] [-o FILE] [--sessions-dir DIR]
+                      [--operator NAME] [--for SECONDS]
+
+Follows a live session from this machine: takes up the session of a join link
+(https://korvalume.app/... or korvalume://join/...) or of an unfinished log,
+sends its logs to the others and combines what it receives. When the session
+is ended for everyone, or --for runs out, it writes the combined log.
+
+Options:
+  -o FILE              write the combined log here at the end (default: only the
+                       automatic save in the sessions folder)
+  --sessions-dir DIR   where the log is saved automatically
+  --operator NAME      the name the others see for this run
+  --for SECONDS        stop following after this long
+
+Examples:
+  korvalume join "https://korvalume.app/korvalume/app/#j=..." -o day2.korvalume
+  korvalume join phone-b.korvalume --for 600
+)";
+
+int runJoin(std::span<const std::string> args, Io& io) {
+    std::vector<std::string> inputs;
+    std::optional<std::string> output;
+    LiveDeskOptions options;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        std::optional<std::string> value;
+        const auto take = [&](std::string_view option) {
+            if (!isOption(arg, option))
+                return false;
+            value = optionValue(args, i, option, "join", io.err);
+            return true;
+        };
+        if (take("-o") || take("--output")) {
+            if (!value)
+                return Usage;
+            output = *value;
+        } else if (const auto live = takeLiveOption(args, i, "join", options, io)) {
+            if (!*live)
+                return Usage;
+        } else if (arg.starts_with("-") && arg.size() > 1) {
+            io.err << "korvalume join: unknown option '" << arg << "'\n";
+            return Usage;
+        } else {
+            inputs.push_back(arg);
+        }
+    }
+    if (inputs.empty()) {
+        io.err << "korvalume join: expected a join link or a session log\n";
+        return Usage;
+    }
+
+    LiveDesk desk(options);
+    DeskModel& model = desk.model();
+    if (const auto link = SessionLink::parse(inputs.front())) {
+        model.join(*link);
+        inputs.erase(inputs.begin());
+    }
+    model.open(inputs);
+    if (!model.isLive()) {
+        io.err << "korvalume join: "
+               << (model.message().isEmpty()
+                       ? inputs.front() + ": not a join link nor an unfinished session log less "
+                                          "than 18 hours old"
+                       : model.message().toStdString())
+               << '\n';
+        return InputProblem;
+    }
+    io.out << "Following " << model.sessionName().toStdString() << std::endl;
+    QObject::connect(&model, &DeskModel::isLiveChanged, &model, [&] {
+        if (!model.isLive())
+            desk.stop();
+    });
+    desk.run(options.limit);
+    desk.flush(std::chrono::seconds(2));
+
+    const bool ended = !model.isLive();
+    if (output) {
+        if (!model.saveLogTo(*output)) {
+            io.err << "korvalume join: " << model.message().toStdString() << '\n';
+            return InputProblem;
+        }
+    }
+    const QString where = model.savedTo().toLocalFile();
+    io.out << (ended ? "The session was ended. " : "Stopped following. ") << "The log is at "
+           << where.toStdString() << '\n';
+    return Done;
+}
+
+const CommandRegistration registration{{
+    .name = "join",
+    .summary = "follow a live session from its join link or an unfinished log",
+    .help = joinHelp,
+    .run = runJoin,
+}};
+
+} // namespace
+} // namespace korvalume::cli

@@ -1,0 +1,541 @@
+#include "desk/desk_model.h"
+
+#include "desk/camera_list_model.h"
+#include "desk/desk_rules.h"
+#include "export/premiere_xml.h"
+#include "live/master_clock.h"
+#include "live/peer_link.h"
+#include "platform/system_services.h"
+#include "session/atomic_file.h"
+#include "session/log_opening.h"
+#include "session/session_link.h"
+#include "sync/shoot.h"
+#include "sync/sync_map.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+#include <QFutureWatcher>
+#include <QStandardPaths>
+#include <QVariantMap>
+#include <QtConcurrent>
+
+#include <algorithm>
+
+namespace korvalume {
+
+struct DeskModel::State {
+    std::optional<SessionDoc> doc;
+    std::map<Uuid, std::string> folders;
+    std::map<Uuid, CameraPlan> plans;
+    std::set<Uuid> reading;
+};
+
+namespace {
+
+QString qs(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+QString qs(std::string_view text) {
+    return QString::fromUtf8(text.data(), qsizetype(text.size()));
+}
+
+QStringList toQStringList(const std::vector<std::string>& lines) {
+    QStringList list;
+    for (const auto& line : lines)
+        list.append(qs(line));
+    return list;
+}
+
+double machineNow() {
+    return double(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
+}
+
+} // namespace
+
+DeskModel::DeskModel(const Services& services, QObject* parent)
+    : QObject(parent), state_(std::make_unique<State>()), services_(services), radios_(true),
+      cameras_(new CameraListModel(*this, this)) {
+    Q_ASSERT(services_.clock && services_.peers && services_.system);
+    QPointer<DeskModel> self(this);
+    services_.peers->setOnReceive([self](const SessionDoc& doc, const QString& from) {
+        if (self)
+            self->receive(doc, from);
+    });
+    services_.peers->setCurrent(
+        [self]() -> std::optional<SessionDoc> { return self ? self->state_->doc : std::nullopt; });
+    connect(services_.peers, &PeerLink::connectedChanged, this, &DeskModel::peersChanged);
+    connect(services_.clock, &MasterClock::offsetChanged, this, &DeskModel::clockChanged);
+    connect(services_.clock, &MasterClock::sourceChanged, this, &DeskModel::clockChanged);
+}
+
+DeskModel::DeskModel(const SessionDoc& preview, QObject* parent)
+    : QObject(parent), state_(std::make_unique<State>()), radios_(false),
+      cameras_(new CameraListModel(*this, this)) {
+    state_->doc = preview;
+    logCount_ = 1;
+    isLive_ = !preview.endedAt;
+    cameras_->refresh();
+}
+
+DeskModel::~DeskModel() {
+    // The link outlives the model; it must not call back into it.
+    if (radios_) {
+        services_.peers->setOnReceive({});
+        services_.peers->setCurrent({});
+    }
+}
+
+QString DeskModel::defaultSessionsFolder() {
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation))
+        .filePath(QStringLiteral("Korvalume Sessions"));
+}
+
+QString DeskModel::defaultName() {
+    return qs(DeskRules::defaultName(QDate::currentDate()));
+}
+
+// ---- State ----
+
+const std::optional<SessionDoc>& DeskModel::doc() const {
+    return state_->doc;
+}
+
+bool DeskModel::hasDoc() const {
+    return state_->doc.has_value();
+}
+
+QString DeskModel::sessionName() const {
+    return state_->doc ? qs(state_->doc->name) : QString();
+}
+
+QString DeskModel::sessionID() const {
+    return state_->doc ? qs(state_->doc->id.string()) : QString();
+}
+
+QString DeskModel::joinLink() const {
+    return state_->doc ? qs(SessionLink::from(*state_->doc).url()) : QString();
+}
+
+const std::map<Uuid, std::string>& DeskModel::folders() const {
+    return state_->folders;
+}
+
+QVariantMap DeskModel::folderMap() const {
+    QVariantMap map;
+    for (const auto& [id, folder] : state_->folders)
+        map.insert(qs(id.string()), qs(folder));
+    return map;
+}
+
+const std::map<Uuid, CameraPlan>& DeskModel::plans() const {
+    return state_->plans;
+}
+
+bool DeskModel::isReading(const Uuid& cameraID) const {
+    return state_->reading.contains(cameraID);
+}
+
+QStringList DeskModel::readingIDs() const {
+    QStringList ids;
+    for (const auto& id : state_->reading)
+        ids.append(qs(id.string()));
+    return ids;
+}
+
+QStringList DeskModel::importReport() const {
+    return importReport_ ? toQStringList(*importReport_) : QStringList();
+}
+
+bool DeskModel::isOwner() const {
+    return state_->doc && state_->doc->ownerID && radios_ &&
+           qs(*state_->doc->ownerID) == services_.deviceID;
+}
+
+std::vector<CameraPlan> DeskModel::cameraPlans() const {
+    std::vector<CameraPlan> result;
+    if (!state_->doc)
+        return result;
+    for (const auto& camera : state_->doc->activeCameras()) {
+        if (const auto plan = state_->plans.find(camera.id); plan != state_->plans.end())
+            result.push_back(plan->second);
+    }
+    return result;
+}
+
+bool DeskModel::canExport() const {
+    const auto plans = cameraPlans();
+    return std::any_of(plans.begin(), plans.end(),
+                       [](const CameraPlan& plan) { return !plan.placed().empty(); });
+}
+
+QStringList DeskModel::connectedPeers() const {
+    return radios_ ? services_.peers->connected() : QStringList();
+}
+
+bool DeskModel::clockSynced() const {
+    return radios_ && services_.clock->synced();
+}
+
+double DeskModel::now() const {
+    return radios_ ? services_.clock->now() : machineNow();
+}
+
+QString DeskModel::openPanelText() const {
+    return qs(DeskRules::openPanelText);
+}
+
+QString DeskModel::savePanelText() const {
+    return qs(DeskRules::savePanelText);
+}
+
+QString DeskModel::exportPanelText() const {
+    return qs(DeskRules::exportPanelText);
+}
+
+QString DeskModel::proposedLogName() const {
+    return state_->doc ? qs(DeskRules::proposedLogName(*state_->doc)) : QString();
+}
+
+QString DeskModel::proposedExportName() const {
+    return state_->doc ? qs(DeskRules::proposedExportName(*state_->doc)) : QString();
+}
+
+QString DeskModel::folderPanelText(const QString& cameraName) const {
+    return qs(DeskRules::folderPanelText(cameraName.toStdString()));
+}
+
+// ---- Setters that notify ----
+
+void DeskModel::setDoc(std::optional<SessionDoc> doc) {
+    if (doc == state_->doc)
+        return;
+    state_->doc = std::move(doc);
+    cameras_->refresh();
+    emit docChanged();
+}
+
+void DeskModel::setLogCount(int count) {
+    if (count == logCount_)
+        return;
+    logCount_ = count;
+    emit logCountChanged();
+}
+
+void DeskModel::setMessage(const QString& message) {
+    if (message == message_)
+        return;
+    message_ = message;
+    emit messageChanged();
+}
+
+void DeskModel::setImportReport(std::optional<std::vector<std::string>> report) {
+    if (report == importReport_)
+        return;
+    importReport_ = std::move(report);
+    emit importReportChanged();
+}
+
+void DeskModel::setSavedTo(const QUrl& url) {
+    if (url == savedTo_)
+        return;
+    savedTo_ = url;
+    emit savedToChanged();
+}
+
+void DeskModel::setLive(bool live) {
+    if (live == isLive_)
+        return;
+    isLive_ = live;
+    emit isLiveChanged();
+}
+
+// ---- Actions ----
+
+void DeskModel::open(const QList<QUrl>& files) {
+    std::vector<std::string> paths;
+    for (const auto& url : files) {
+        if (url.isLocalFile())
+            paths.push_back(url.toLocalFile().toStdString());
+    }
+    open(paths);
+}
+
+void DeskModel::open(const std::vector<std::string>& paths) {
+    for (const auto& path : paths) {
+        OpenedLogs opened{state_->doc, logCount_, importReport_, {}};
+        const bool hadDoc = opened.doc.has_value();
+        const LogStep step =
+            openLog(opened, path, isLive_ ? Combining::mergeLive : Combining::merge);
+        if (!opened.messages.empty())
+            setMessage(qs(opened.messages.back().text));
+        if (step != LogStep::opened && step != LogStep::combined)
+            continue;
+        setImportReport(std::move(opened.report));
+        setDoc(std::move(opened.doc));
+        setLogCount(opened.logCount);
+        if (step == LogStep::combined && isLive_) {
+            autosave();
+            broadcast();
+        }
+        if (!hadDoc && DeskRules::takesUpLive(*state_->doc, now()))
+            beginLive();
+    }
+    replan();
+}
+
+void DeskModel::setFolder(const QString& cameraID, const QUrl& folder) {
+    const auto id = Uuid::parse(cameraID.toStdString());
+    if (id && folder.isLocalFile())
+        setFolder(*id, folder.toLocalFile().toStdString());
+}
+
+void DeskModel::setFolder(const Uuid& cameraID, const std::string& folder) {
+    state_->folders[cameraID] = folder;
+    state_->reading.insert(cameraID);
+    cameras_->refresh();
+    emit foldersChanged();
+    emit readingChanged();
+    auto* watcher = new QFutureWatcher<std::vector<ClipFile>>(this);
+    connect(watcher, &QFutureWatcher<std::vector<ClipFile>>::finished, this,
+            [this, watcher, cameraID, folder] {
+                finishRead(cameraID, folder, watcher->result());
+                watcher->deleteLater();
+            });
+    watcher->setFuture(QtConcurrent::run([folder] { return Shoot::readCard(folder); }));
+}
+
+void DeskModel::finishRead(const Uuid& cameraID, const std::string& folder,
+                           const std::vector<ClipFile>& files) {
+    state_->reading.erase(cameraID);
+    const auto chosen = state_->folders.find(cameraID);
+    const bool stillChosen = chosen != state_->folders.end() && chosen->second == folder;
+    if (state_->doc && stillChosen) {
+        const auto& cameras = state_->doc->cameras;
+        const auto camera = std::find_if(cameras.begin(), cameras.end(),
+                                         [&](const Camera& c) { return c.id == cameraID; });
+        if (camera != cameras.end()) {
+            state_->plans.insert_or_assign(cameraID, SyncMap::plan(*camera, files, *state_->doc));
+            cameras_->refresh();
+            emit plansChanged();
+        }
+    }
+    cameras_->refresh();
+    emit readingChanged();
+}
+
+bool DeskModel::exportTo(const QUrl& file) {
+    return file.isLocalFile() && exportTo(file.toLocalFile().toStdString());
+}
+
+bool DeskModel::exportTo(const std::string& path) {
+    if (!state_->doc)
+        return false;
+    const auto plans = cameraPlans();
+    const std::string xml = PremiereXML::exportDocument(*state_->doc, plans);
+    if (const auto problem = PremiereXML::save(path, xml)) {
+        setMessage(qs(*problem));
+        return false;
+    }
+    if (radios_)
+        services_.system->showInFileBrowser(qs(path));
+    return true;
+}
+
+bool DeskModel::saveLogTo(const QUrl& file) {
+    return file.isLocalFile() && saveLogTo(file.toLocalFile().toStdString());
+}
+
+bool DeskModel::saveLogTo(const std::string& path) {
+    if (!state_->doc)
+        return false;
+    const auto bytes = state_->doc->encoded();
+    if (!bytes) {
+        setMessage("Could not save the log: " + qs(bytes.error()));
+        return false;
+    }
+    if (const auto written = writeFileAtomically(path, *bytes); !written) {
+        setMessage("Could not save the log: " + qs(written.error()));
+        return false;
+    }
+    setSavedTo(QUrl::fromLocalFile(qs(path)));
+    return true;
+}
+
+void DeskModel::showSaved() {
+    if (radios_ && savedTo_.isLocalFile())
+        services_.system->showInFileBrowser(savedTo_.toLocalFile());
+}
+
+void DeskModel::startLive(const QString& name, const QString& fpsLabel) {
+    const std::string label = fpsLabel.toStdString();
+    for (const auto& rate : FrameRate::all()) {
+        if (rate.label() == label) {
+            startLive(name.toStdString(), rate);
+            return;
+        }
+    }
+}
+
+void DeskModel::startLive(const std::string& name, const FrameRate& fps) {
+    clear();
+    const std::optional<std::string> owner =
+        radios_ ? std::optional(services_.deviceID.toStdString()) : std::nullopt;
+    setDoc(SessionDoc::newSession(DeskRules::sessionName(name, QDate::currentDate()), fps, now(),
+                                  owner));
+    setLogCount(1);
+    beginLive();
+    autosave();
+}
+
+bool DeskModel::join(const QString& link) {
+    const auto parsed = SessionLink::parse(link.trimmed().toStdString());
+    if (!parsed)
+        return false;
+    join(*parsed);
+    return true;
+}
+
+void DeskModel::join(const SessionLink& link) {
+    if (state_->doc && state_->doc->id == link.id && isLive_)
+        return;
+    clear();
+    setDoc(link.doc());
+    setLogCount(1);
+    beginLive();
+    autosave();
+}
+
+void DeskModel::beginLive() {
+    setLive(true);
+    if (!radios_)
+        return;
+    services_.clock->begin(state_->doc->id);
+    services_.peers->start(state_->doc->id);
+    awake_ = services_.system->keepAwake(qs(DeskRules::awakeReason));
+}
+
+void DeskModel::mark() {
+    if (!isLive_ || !state_->doc)
+        return;
+    SessionDoc doc = *state_->doc;
+    SyncEvent marker;
+    marker.id = Uuid::random();
+    marker.kind = SyncEvent::Kind::marker;
+    marker.at = now();
+    marker.label = DeskRules::nextMarkerLabel(doc);
+    doc.events.push_back(std::move(marker));
+    setDoc(std::move(doc));
+    autosave();
+    broadcast();
+}
+
+void DeskModel::endLive() {
+    if (!isLive_ || !state_->doc)
+        return;
+    SessionDoc doc = *state_->doc;
+    doc.finish(services_.deviceID.toStdString(), now(),
+               isOwner() ? FinishScope::everyone : FinishScope::thisDevice);
+    setDoc(std::move(doc));
+    autosave();
+    broadcast();
+    stopLive();
+}
+
+void DeskModel::stopLive() {
+    setLive(false);
+    awake_.reset();
+}
+
+void DeskModel::clear() {
+    stopLive();
+    if (radios_)
+        services_.peers->stop();
+    setDoc(std::nullopt);
+    setLogCount(0);
+    if (!state_->folders.empty()) {
+        state_->folders.clear();
+        emit foldersChanged();
+    }
+    if (!state_->plans.empty()) {
+        state_->plans.clear();
+        emit plansChanged();
+    }
+    cameras_->refresh();
+    setMessage({});
+    setSavedTo({});
+}
+
+void DeskModel::dismissImportReport() {
+    setImportReport(std::nullopt);
+}
+
+// ---- Steps ----
+
+void DeskModel::receive(const SessionDoc& incoming, const QString& from) {
+    if (!state_->doc || incoming.id != state_->doc->id)
+        return;
+    const SessionDoc& current = *state_->doc;
+    const bool covered = current.covers(incoming);
+    const auto lines = current.report(incoming);
+    SessionDoc merged = current;
+    merged.mergeLive(incoming);
+    const bool ended = merged.endedForAll && merged.finish(services_.deviceID.toStdString(), now(),
+                                                           FinishScope::thisDevice);
+    if (merged != *state_->doc) {
+        setDoc(merged);
+        autosave();
+        replan();
+    }
+    emit received(from, toQStringList(lines));
+    if (ended) {
+        stopLive();
+        broadcast();
+    } else if (!covered) {
+        broadcast();
+    }
+}
+
+void DeskModel::broadcast() {
+    if (radios_ && state_->doc)
+        services_.peers->broadcast(*state_->doc);
+}
+
+void DeskModel::autosave() {
+    if (!radios_ || !state_->doc)
+        return;
+    const auto bytes = state_->doc->encoded();
+    if (!bytes)
+        return;
+    QDir().mkpath(services_.sessionsFolder);
+    const QString path =
+        QDir(services_.sessionsFolder).filePath(qs(DeskRules::autosaveFileName(*state_->doc)));
+    if (writeFileAtomically(path.toStdString(), *bytes))
+        setSavedTo(QUrl::fromLocalFile(path));
+}
+
+void DeskModel::replan() {
+    if (!state_->doc)
+        return;
+    bool changed = false;
+    for (const auto& camera : state_->doc->activeCameras()) {
+        const auto plan = state_->plans.find(camera.id);
+        if (plan == state_->plans.end())
+            continue;
+        std::vector<ClipFile> files;
+        for (const auto& clip : plan->second.clips)
+            files.push_back(clip.file);
+        CameraPlan replanned = SyncMap::plan(camera, files, *state_->doc);
+        if (replanned != plan->second) {
+            plan->second = std::move(replanned);
+            changed = true;
+        }
+    }
+    if (changed) {
+        cameras_->refresh();
+        emit plansChanged();
+    }
+}
+
+} // namespace korvalume

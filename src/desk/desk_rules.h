@@ -1,0 +1,48 @@
+#pragma once
+
+#include "session/session_doc.h"
+
+#include <QDate>
+
+#include <string>
+#include <string_view>
+
+// The desk's small rules, free of any state, so that each can be checked alone.
+namespace korvalume::DeskRules {
+
+// An unfinished log this young is a live session to take up again; an older one is
+// opened as finished.
+inline constexpr double takeUpLiveWithin = 18 * 3600.0;
+
+// The reason given to the system while a live session keeps the machine awake.
+inline constexpr std::string_view awakeReason = "Live Korvalume session";
+
+inline constexpr std::string_view openPanelText =
+    "Choose the session logs sent from the phones. Pick several to combine them.";
+inline constexpr std::string_view savePanelText = "This one file holds the whole session.";
+inline constexpr std::string_view exportPanelText =
+    "In Premiere Pro: File > Import, then choose this file.";
+std::string folderPanelText(std::string_view cameraName);
+
+// "SHOOT 15 NOV" for 15 November.
+std::string defaultName(QDate today);
+// The name a new session gets from what the user typed: trimmed and upper-cased, or
+// the default name when nothing is left.
+std::string sessionName(std::string_view typed, QDate today);
+
+// An opened log that is still running and started less than 18 hours before `now`.
+bool takesUpLive(const SessionDoc& doc, double now);
+
+// "MARK n": one more than the markers already in the log.
+std::string nextMarkerLabel(const SessionDoc& doc);
+
+// The log's file name in the sessions folder: the name with every character that is
+// neither a letter, a number nor a space written as "-", a space, the first 4 characters
+// of the id, ".korvalume". "SHOOT 15/NOV" with id 3F2A... gives "SHOOT 15-NOV 3F2A.korvalume".
+std::string autosaveFileName(const SessionDoc& doc);
+
+// The names a save panel proposes.
+std::string proposedLogName(const SessionDoc& doc);
+std::string proposedExportName(const SessionDoc& doc);
+
+} // namespace korvalume::DeskRules

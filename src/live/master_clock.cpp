@@ -1,0 +1,201 @@
+#include "live/master_clock.h"
+
+#include "live/sntp.h"
+#include "session/uuid.h"
+
+#include <QDateTime>
+#include <QMetaEnum>
+#include <QSettings>
+#include <QTimer>
+
+#include <cmath>
+
+namespace korvalume {
+
+namespace {
+
+constexpr int samplesPerCheck = 4;
+
+const char* sourceName(MasterClock::Source source) {
+    return QMetaEnum::fromType<MasterClock::Source>().valueToKey(int(source));
+}
+
+std::optional<MasterClock::Source> parseSource(const QString& text) {
+    bool ok = false;
+    const int value =
+        QMetaEnum::fromType<MasterClock::Source>().keyToValue(text.toLatin1().constData(), &ok);
+    return ok ? std::optional(MasterClock::Source(value)) : std::nullopt;
+}
+
+std::optional<double> storedDouble(const QVariant& value) {
+    if (!value.isValid())
+        return std::nullopt;
+    bool ok = false;
+    const double number = value.toDouble(&ok);
+    return ok && std::isfinite(number) ? std::optional(number) : std::nullopt;
+}
+
+} // namespace
+
+// One server check under way: the session it was started for and the best sample so far.
+struct MasterClock::Check {
+    QString session;
+    bool firstTry = false;
+    int taken = 0;
+    std::optional<Sample> best;
+};
+
+MasterClock::MasterClock(Options options, QObject* parent)
+    : QObject(parent), options_(std::move(options)) {
+    if (!options_.wallClock)
+        options_.wallClock = [] { return double(QDateTime::currentMSecsSinceEpoch()) / 1000.0; };
+    if (!options_.monotonic) {
+        options_.monotonic = [] {
+            return std::chrono::duration<double>(
+                       std::chrono::steady_clock::now().time_since_epoch())
+                .count();
+        };
+    }
+    if (!options_.settings)
+        ownSettings_ = std::make_unique<QSettings>();
+    if (!options_.sampler) {
+        const auto timeout = options_.sampleTimeout;
+        const auto wallClock = options_.wallClock;
+        options_.sampler = [this, timeout, wallClock](QObject* context, SampleDone done) {
+            Sntp::exchange(Sntp::configuredServer(settings()), {timeout, wallClock}, context,
+                           [done = std::move(done)](const Sntp::Outcome& outcome) {
+                               if (const auto* sample = std::get_if<Sntp::Sample>(&outcome))
+                                   done(Sample{sample->offset, sample->delay});
+                               else
+                                   done(std::nullopt);
+                           });
+        };
+    }
+}
+
+MasterClock::MasterClock(QObject* parent) : MasterClock(Options{}, parent) {}
+
+MasterClock::~MasterClock() = default;
+
+MasterClock& MasterClock::shared() {
+    static MasterClock* clock = new MasterClock;
+    return *clock;
+}
+
+QSettings& MasterClock::settings() {
+    return options_.settings ? *options_.settings : *ownSettings_;
+}
+
+double MasterClock::now() const {
+    return options_.wallClock() + offset_;
+}
+
+double MasterClock::time(double atHostTime) const {
+    return options_.wallClock() + offset_ - (options_.monotonic() - atHostTime);
+}
+
+void MasterClock::begin(const Uuid& session) {
+    const QString id = QString::fromStdString(session.string());
+    QSettings& stored = settings();
+    const QString storedSession = stored.value("clock.session").toString();
+    if (storedSession == id) {
+        setOffset(storedDouble(stored.value("clock.offset")).value_or(0));
+        setSource(parseSource(stored.value("clock.source").toString()).value_or(Source::device));
+        setSetAt(storedDouble(stored.value("clock.setAt")));
+    } else {
+        setOffset(0);
+        setSource(Source::device);
+        setSetAt(std::nullopt);
+    }
+    const bool isNew = id != session_ && id != storedSession;
+    session_ = id;
+    save();
+    if (isNew || source_ == Source::server)
+        checkServer(isNew);
+    if (!refresh_) {
+        refresh_ = new QTimer(this);
+        connect(refresh_, &QTimer::timeout, this, [this] {
+            if (source_ == Source::server)
+                checkServer(false);
+        });
+        refresh_->start(options_.refreshEvery);
+    }
+}
+
+void MasterClock::setFromMaster(double correction) {
+    setOffset(offset_ + correction);
+    setSource(Source::master);
+    setSetAt(now());
+    save();
+}
+
+void MasterClock::checkServer(bool firstTry) {
+    auto check = std::make_shared<Check>();
+    check->session = session_;
+    check->firstTry = firstTry;
+    takeSample(check);
+}
+
+void MasterClock::takeSample(const std::shared_ptr<Check>& check) {
+    // Samples are taken one after another; the check ends after the fourth.
+    options_.sampler(this, [this, check](std::optional<Sample> sample) {
+        ++check->taken;
+        if (sample && (!check->best || sample->delay < check->best->delay))
+            check->best = sample;
+        if (check->taken < samplesPerCheck)
+            takeSample(check);
+        else
+            apply(*check);
+    });
+}
+
+void MasterClock::apply(const Check& check) {
+    if (check.session != session_ || source_ == Source::master)
+        return;
+    if (check.best) {
+        setOffset(check.best->offset);
+        setSource(Source::server);
+        save();
+        return;
+    }
+    if (check.firstTry) {
+        QTimer::singleShot(options_.retryAfter, this, [this] {
+            if (source_ == Source::device)
+                checkServer(false);
+        });
+    }
+}
+
+void MasterClock::save() {
+    QSettings& stored = settings();
+    stored.setValue("clock.session", session_);
+    stored.setValue("clock.offset", offset_);
+    stored.setValue("clock.source", QString::fromLatin1(sourceName(source_)));
+    if (setAt_)
+        stored.setValue("clock.setAt", *setAt_);
+    else
+        stored.remove("clock.setAt");
+}
+
+void MasterClock::setOffset(double offset) {
+    if (offset == offset_)
+        return;
+    offset_ = offset;
+    emit offsetChanged();
+}
+
+void MasterClock::setSource(Source source) {
+    if (source == source_)
+        return;
+    source_ = source;
+    emit sourceChanged();
+}
+
+void MasterClock::setSetAt(std::optional<double> setAt) {
+    if (setAt == setAt_)
+        return;
+    setAt_ = setAt;
+    emit setAtChanged();
+}
+
+} // namespace korvalume

@@ -1,0 +1,141 @@
+#include "live/sntp.h"
+
+#include <QDateTime>
+#include <QPointer>
+#include <QSettings>
+#include <QTimer>
+#include <QUdpSocket>
+
+#include <memory>
+
+namespace korvalume::Sntp {
+
+namespace {
+
+// Seconds from 1900-01-01 (the NTP era) to 1970-01-01.
+constexpr double ntpToUnix = 2208988800.0;
+
+std::uint32_t bigEndian32(std::span<const std::uint8_t> bytes, std::size_t at) {
+    return std::uint32_t(bytes[at]) << 24 | std::uint32_t(bytes[at + 1]) << 16 |
+           std::uint32_t(bytes[at + 2]) << 8 | std::uint32_t(bytes[at + 3]);
+}
+
+double timestamp(std::span<const std::uint8_t> bytes, std::size_t at) {
+    return double(bigEndian32(bytes, at)) - ntpToUnix +
+           double(bigEndian32(bytes, at + 4)) * 2.3283064365386963e-10;
+}
+
+double systemWallClock() {
+    return double(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
+}
+
+} // namespace
+
+std::string_view describe(Failure failure) {
+    switch (failure) {
+    case Failure::timeout:
+        return "timeout";
+    case Failure::shortReply:
+        return "short reply";
+    case Failure::stratumZero:
+        return "stratum 0";
+    case Failure::unreachable:
+        return "unreachable";
+    }
+    return "unreachable";
+}
+
+std::array<std::uint8_t, packetSize> request() {
+    std::array<std::uint8_t, packetSize> packet{};
+    packet[0] = 0x23;
+    return packet;
+}
+
+Outcome readReply(std::span<const std::uint8_t> reply, double t1, double t4) {
+    if (reply.size() < packetSize)
+        return Failure::shortReply;
+    if (reply[1] == 0)
+        return Failure::stratumZero;
+    const double t2 = timestamp(reply, 32);
+    const double t3 = timestamp(reply, 40);
+    return Sample{((t2 - t1) + (t3 - t4)) / 2, (t4 - t1) - (t3 - t2)};
+}
+
+std::optional<Server> Server::parse(const QString& text) {
+    const QString trimmed = text.trimmed();
+    if (trimmed.isEmpty())
+        return std::nullopt;
+    const auto colon = trimmed.lastIndexOf(u':');
+    // One colon separates the port; more than one is an IPv6 address without a port.
+    if (colon < 0 || trimmed.indexOf(u':') != colon)
+        return Server{trimmed, defaultPort};
+    bool ok = false;
+    const uint port = trimmed.mid(colon + 1).toUInt(&ok);
+    if (!ok || port == 0 || port > 65535 || colon == 0)
+        return std::nullopt;
+    return Server{trimmed.left(colon), std::uint16_t(port)};
+}
+
+QString Server::text() const {
+    return host + u':' + QString::number(port);
+}
+
+Server configuredServer(const QSettings& settings) {
+    if (const auto set = Server::parse(settings.value("clock.server").toString()))
+        return *set;
+    if (const auto env = Server::parse(qEnvironmentVariable("KORVALUME_TIME_SERVER")))
+        return *env;
+    return Server{QString::fromLatin1(defaultHost.data(), qsizetype(defaultHost.size()))};
+}
+
+void exchange(const Server& server, const ExchangeOptions& options, QObject* context,
+              std::function<void(const Outcome&)> done) {
+    // The socket and the timer belong to one exchange object that goes once it has
+    // answered; `finished` is the guard that lets only the first of the three outcomes through.
+    struct Exchange : QObject {
+        QUdpSocket socket;
+        QTimer timer;
+        bool finished = false;
+        double t1 = 0;
+    };
+    auto* run = new Exchange;
+    QPointer<QObject> owner(context);
+    const auto wallClock = options.wallClock ? options.wallClock : systemWallClock;
+    const auto finish = [run, owner, done = std::move(done)](const Outcome& outcome) {
+        if (run->finished)
+            return;
+        run->finished = true;
+        run->timer.stop();
+        run->socket.abort();
+        run->deleteLater();
+        if (owner)
+            done(outcome);
+    };
+    run->timer.setSingleShot(true);
+    QObject::connect(&run->timer, &QTimer::timeout, run, [finish] { finish(Failure::timeout); });
+    QObject::connect(&run->socket, &QUdpSocket::errorOccurred, run,
+                     [finish] { finish(Failure::unreachable); });
+    QObject::connect(&run->socket, &QUdpSocket::connected, run, [run, wallClock] {
+        const auto packet = request();
+        run->t1 = wallClock();
+        run->socket.write(reinterpret_cast<const char*>(packet.data()), qint64(packet.size()));
+    });
+    QObject::connect(&run->socket, &QUdpSocket::readyRead, run, [run, finish, wallClock] {
+        while (run->socket.hasPendingDatagrams()) {
+            const qint64 size = run->socket.pendingDatagramSize();
+            QByteArray datagram(size > 0 ? size : 0, '\0');
+            const qint64 got = run->socket.readDatagram(datagram.data(), datagram.size());
+            if (got < 0)
+                continue;
+            const double t4 = wallClock();
+            finish(readReply(
+                {reinterpret_cast<const std::uint8_t*>(datagram.constData()), std::size_t(got)},
+                run->t1, t4));
+            return;
+        }
+    });
+    run->timer.start(options.timeout);
+    run->socket.connectToHost(server.host, server.port);
+}
+
+} // namespace korvalume::Sntp
