@@ -68,6 +68,16 @@ DeskModel::DeskModel(const Services& services, QObject* parent)
     connect(services_.peers, &PeerLink::connectedChanged, this, &DeskModel::peersChanged);
     connect(services_.clock, &MasterClock::offsetChanged, this, &DeskModel::clockChanged);
     connect(services_.clock, &MasterClock::sourceChanged, this, &DeskModel::clockChanged);
+    forwardChanges();
+}
+
+void DeskModel::forwardChanges() {
+    for (const auto signal :
+         {&DeskModel::docChanged, &DeskModel::logCountChanged, &DeskModel::foldersChanged,
+          &DeskModel::plansChanged, &DeskModel::readingChanged, &DeskModel::messageChanged,
+          &DeskModel::importReportChanged, &DeskModel::savedToChanged, &DeskModel::isLiveChanged,
+          &DeskModel::peersChanged, &DeskModel::clockChanged})
+        connect(this, signal, this, &DeskModel::changed);
 }
 
 DeskModel::DeskModel(const SessionDoc& preview, QObject* parent)
@@ -77,6 +87,7 @@ DeskModel::DeskModel(const SessionDoc& preview, QObject* parent)
     logCount_ = 1;
     isLive_ = !preview.endedAt;
     cameras_->refresh();
+    forwardChanges();
 }
 
 DeskModel::~DeskModel() {

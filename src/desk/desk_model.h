@@ -167,6 +167,8 @@ signals:
     void isLiveChanged();
     void peersChanged();
     void clockChanged();
+    // Any of the above: for views that take the whole state again on every change.
+    void changed();
     // A log arrived and changed the open one: `lines` say what it added.
     void received(const QString& from, const QStringList& lines);
 
@@ -181,6 +183,7 @@ private:
     void setLive(bool live);
     void beginLive();
     void broadcast();
+    void forwardChanges();
     void finishRead(const Uuid& cameraID, const std::string& folder,
                     const std::vector<ClipFile>& files);
 

@@ -1,0 +1,125 @@
+#include "app/desk_types.h"
+#include "app/single_instance.h"
+#include "live/master_clock.h"
+#include "live/peer_link.h"
+#include "platform/app_brand.h"
+#include "platform/platform.h"
+#include "platform/system_services.h"
+
+#include <QCommandLineParser>
+#include <QDir>
+#include <QFileInfo>
+#include <QFileOpenEvent>
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QUrl>
+#include <QtQml/qqmlextensionplugin.h>
+
+Q_IMPORT_QML_PLUGIN(Korvalume_DeskPlugin)
+
+namespace {
+
+// A join link (web or custom-scheme form) rather than a file.
+bool isLink(const QString& item) {
+    return item.startsWith(QLatin1String("korvalume:"), Qt::CaseInsensitive) ||
+           item.startsWith(QLatin1String("https:"), Qt::CaseInsensitive) ||
+           item.startsWith(QLatin1String("http:"), Qt::CaseInsensitive);
+}
+
+// Files and links from the command line, the system or a later launch, all go here.
+void take(korvalume::DeskModel& model, const QStringList& items) {
+    QList<QUrl> files;
+    for (const QString& item : items) {
+        if (isLink(item)) {
+            model.join(item);
+            continue;
+        }
+        const QUrl url = item.startsWith(QLatin1String("file:"))
+                             ? QUrl(item)
+                             : QUrl::fromLocalFile(QFileInfo(item).absoluteFilePath());
+        files.append(url);
+    }
+    if (!files.isEmpty())
+        model.open(files);
+}
+
+// Files the system asks the desk to open (a double-click on macOS, a drop on its icon).
+class FileOpenFilter : public QObject {
+public:
+    explicit FileOpenFilter(korvalume::DeskModel& model) : model_(model) {}
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::FileOpen) {
+            const auto* open = static_cast<QFileOpenEvent*>(event);
+            if (open->url().isLocalFile())
+                model_.open({open->url()});
+            else
+                model_.join(open->url().toString());
+            return true;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    korvalume::DeskModel& model_;
+};
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setOrganizationName(QStringLiteral("Korvalume"));
+    QGuiApplication::setApplicationName(QStringLiteral("Korvalume Desk"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvalume Desk"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.korvalume.Desk"));
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+
+    QCommandLineParser options;
+    options.setApplicationDescription(
+        QStringLiteral("Korvalume Desk: open session logs, read card folders, export the "
+                       "sync map for Premiere Pro."));
+    options.addHelpOption();
+    options.addPositionalArgument(QStringLiteral("items"),
+                                  QStringLiteral("Session logs (.korvalume) or a join link."),
+                                  QStringLiteral("[logs or link...]"));
+    options.process(app);
+
+    QStringList items;
+    for (const QString& item : options.positionalArguments())
+        items.append(isLink(item) ? item : QFileInfo(item).absoluteFilePath());
+
+    korvalume::SingleInstance instance(korvalume::SingleInstance::defaultServerName());
+    if (instance.handOver(items))
+        return 0;
+
+    // The one model for the life of the process, on the shared clock and this machine's
+    // identity; nothing live starts until a session does.
+    using namespace korvalume;
+    PeerLink link(PeerLink::Options{Platform::displayName(), Platform::deviceID()});
+    const auto system = makeSystemServices();
+    DeskModel model(DeskModel::Services{&MasterClock::shared(), &link, system.get(),
+                                        Platform::deviceID(), DeskModel::defaultSessionsFolder()});
+    FileOpenFilter fileOpen(model);
+    app.installEventFilter(&fileOpen);
+
+    QQmlApplicationEngine engine;
+    engine.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model)}});
+    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Korvalume/Desk/qml/Main.qml")));
+    if (engine.rootObjects().isEmpty())
+        return 1;
+    auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().constFirst());
+
+    instance.listen([&model, window](const QStringList& handed) {
+        take(model, handed);
+        if (window) {
+            window->show();
+            window->raise();
+            window->requestActivate();
+        }
+    });
+    take(model, items);
+    return QGuiApplication::exec();
+}

@@ -1,0 +1,282 @@
+import QtQuick
+import QtQuick.Layouts
+import Korvalume.Desk
+
+// The running session: header, camera rows and the join panel. Redrawn ten times a
+// second by LiveState; every text comes from there.
+Item {
+    id: live
+    required property DeskView view
+    property alias state: liveState
+
+    LiveState {
+        id: liveState
+        objectName: "liveState"
+        model: live.view.model
+        fixedNow: live.view.fixedNow
+        hasFixedNow: live.view.hasFixedNow
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: 40
+        spacing: 16
+
+        // Header.
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 24
+            ColumnLayout {
+                spacing: 6
+                Text {
+                    text: liveState.title
+                    font: Kit.mono(26, Font.Bold)
+                    color: Kit.ink
+                }
+                RowLayout {
+                    spacing: 14
+                    Text {
+                        objectName: "liveFacts"
+                        text: liveState.facts
+                        font: Kit.mono(10, Font.DemiBold)
+                        color: Kit.ink
+                    }
+                    Rectangle {
+                        width: 7
+                        height: 7
+                        radius: 3.5
+                        color: liveState.clockSynced ? Kit.signalGreen : Kit.amber
+                    }
+                    Text {
+                        objectName: "clockState"
+                        text: liveState.clockState
+                        font: Kit.mono(10, Font.DemiBold)
+                        color: Qt.rgba(0, 0, 0, 0.6)
+                    }
+                }
+            }
+            Item {
+                Layout.fillWidth: true
+            }
+            ColumnLayout {
+                spacing: 4
+                Text {
+                    objectName: "timeOfDay"
+                    Layout.alignment: Qt.AlignRight
+                    text: liveState.timeOfDay
+                    font: Kit.monoTracked(30, Font.Bold, -1)
+                    color: Kit.ink
+                }
+                Text {
+                    objectName: "running"
+                    Layout.alignment: Qt.AlignRight
+                    text: liveState.running
+                    font: Kit.mono(10, Font.DemiBold)
+                    color: Kit.recRed
+                }
+            }
+        }
+        Hairline {
+            Layout.fillWidth: true
+        }
+
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            spacing: 28
+
+            // Cameras.
+            Item {
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                ListView {
+                    id: rows
+                    objectName: "cameraRows"
+                    anchors.fill: parent
+                    clip: true
+                    spacing: 10
+                    model: liveState.rows
+                    delegate: Rectangle {
+                        required property var modelData
+                        width: rows.width
+                        height: 74
+                        color: "white"
+                        border.width: 1
+                        border.color: modelData.rolling ? Kit.recRed : Kit.rule
+                        Rectangle {
+                            width: 4
+                            height: parent.height
+                            color: modelData.rolling ? Kit.recRed
+                                                     : (modelData.warning ? Kit.amber : Kit.rule)
+                        }
+                        ColumnLayout {
+                            anchors.fill: parent
+                            anchors.margins: 12
+                            anchors.leftMargin: 18
+                            spacing: 4
+                            RowLayout {
+                                spacing: 10
+                                Text {
+                                    text: modelData.name
+                                    font: Kit.mono(13, Font.Bold)
+                                    color: Kit.ink
+                                }
+                                Text {
+                                    text: modelData.kindLink
+                                    font: Kit.mono(9)
+                                    color: Qt.rgba(0, 0, 0, 0.5)
+                                }
+                                Item {
+                                    Layout.fillWidth: true
+                                }
+                                Rectangle {
+                                    visible: modelData.rolling
+                                    width: 8
+                                    height: 8
+                                    radius: 4
+                                    color: Kit.recRed
+                                }
+                                Text {
+                                    text: (modelData.warning ? "\u25B2 " : "") + modelData.status
+                                    font: Kit.mono(11, Font.Bold)
+                                    color: modelData.rolling ? Kit.recRed
+                                                             : (modelData.warning ? Kit.amber : Kit.ink)
+                                }
+                            }
+                            RowLayout {
+                                spacing: 14
+                                Text {
+                                    text: modelData.clips
+                                    font: Kit.mono(9, Font.DemiBold)
+                                    color: Kit.ink
+                                }
+                                Text {
+                                    text: modelData.detail
+                                    font: Kit.mono(9)
+                                    color: Qt.rgba(0, 0, 0, 0.55)
+                                }
+                            }
+                        }
+                    }
+                }
+                ColumnLayout {
+                    visible: liveState.waitingTitle.length > 0
+                    anchors.left: parent.left
+                    anchors.right: parent.right
+                    anchors.top: parent.top
+                    anchors.topMargin: 20
+                    spacing: 10
+                    Text {
+                        objectName: "waitingTitle"
+                        text: liveState.waitingTitle
+                        font: Kit.mono(15, Font.Bold)
+                        color: Kit.ink
+                    }
+                    Text {
+                        Layout.fillWidth: true
+                        Layout.maximumWidth: 520
+                        text: liveState.waitingText
+                        wrapMode: Text.WordWrap
+                        font: Kit.mono(10)
+                        lineHeight: 1.3
+                        color: Qt.rgba(0, 0, 0, 0.65)
+                    }
+                }
+            }
+
+            // Join panel.
+            Rectangle {
+                Layout.preferredWidth: 340
+                Layout.fillHeight: true
+                color: Kit.ink
+                ColumnLayout {
+                    anchors.fill: parent
+                    anchors.margins: 22
+                    spacing: 10
+                    SectionLabel {
+                        text: "JOIN THIS SESSION"
+                        dark: true
+                    }
+                    Rectangle {
+                        Layout.alignment: Qt.AlignHCenter
+                        width: 176
+                        height: 176
+                        color: "white"
+                        QrCodeItem {
+                            objectName: "joinCode"
+                            anchors.fill: parent
+                            anchors.margins: 8
+                            text: liveState.joinUrl
+                        }
+                    }
+                    Text {
+                        Layout.fillWidth: true
+                        text: "On each phone: open Korvalume, tap SCAN SESSION CODE and point it at this screen."
+                        wrapMode: Text.WordWrap
+                        font: Kit.mono(9)
+                        color: Qt.rgba(1, 1, 1, 0.65)
+                    }
+                    Hairline {
+                        dark: true
+                        Layout.fillWidth: true
+                    }
+                    SectionLabel {
+                        text: "MASTER CLOCK"
+                        dark: true
+                    }
+                    Text {
+                        objectName: "runningClock"
+                        Layout.fillWidth: true
+                        text: liveState.timeOfDay
+                        font: Kit.monoTracked(28, Font.Bold, -28 / 30)
+                        fontSizeMode: Text.HorizontalFit
+                        minimumPointSize: 14
+                        color: Kit.paper
+                    }
+                    Text {
+                        Layout.fillWidth: true
+                        text: "No signal on set? Phones tap SCAN MASTER CLOCK and point at this."
+                        wrapMode: Text.WordWrap
+                        font: Kit.mono(9)
+                        color: Qt.rgba(1, 1, 1, 0.65)
+                    }
+                    Hairline {
+                        dark: true
+                        Layout.fillWidth: true
+                    }
+                    SectionLabel {
+                        text: "PHONES LINKED"
+                        dark: true
+                    }
+                    Repeater {
+                        model: liveState.phones
+                        delegate: Text {
+                            required property string modelData
+                            text: modelData
+                            font: Kit.mono(10, Font.DemiBold)
+                            color: Kit.signalGreen
+                        }
+                    }
+                    Text {
+                        objectName: "phonesEmpty"
+                        Layout.fillWidth: true
+                        visible: text.length > 0
+                        text: liveState.phonesEmpty
+                        wrapMode: Text.WordWrap
+                        font: Kit.mono(9)
+                        color: Qt.rgba(1, 1, 1, 0.65)
+                    }
+                    Item {
+                        Layout.fillHeight: true
+                    }
+                    NoticeBox {
+                        Layout.fillWidth: true
+                        dark: true
+                        title: liveState.freeRunTitle
+                        text: liveState.freeRunText
+                    }
+                }
+            }
+        }
+    }
+}

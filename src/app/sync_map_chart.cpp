@@ -1,0 +1,80 @@
+#include "app/sync_map_chart.h"
+
+#include "app/kit.h"
+#include "app/model_binding.h"
+#include "app/view_rules.h"
+#include "desk/desk_model.h"
+#include "session/session_doc.h"
+#include "sync/placed_clip.h"
+
+#include <QFontMetricsF>
+#include <QPainter>
+
+namespace korvalume {
+
+SyncMapChart::SyncMapChart(QQuickItem* parent) : QQuickPaintedItem(parent) {
+    setAntialiasing(false);
+    setImplicitHeight(2 * padding);
+    connect(this, &QQuickItem::widthChanged, this, [this] { update(); });
+}
+
+void SyncMapChart::setModel(DeskModel* model) {
+    if (!bindModel(model_, model, this, [this] { relayout(); }))
+        return;
+    relayout();
+    emit modelChanged();
+}
+
+int SyncMapChart::laneCount() const {
+    return model_ ? static_cast<int>(model_->cameraPlans().size()) : 0;
+}
+
+void SyncMapChart::relayout() {
+    const int lanes = laneCount();
+    const qreal rows = lanes * laneHeight + std::max(0, lanes - 1) * rowSpacing;
+    setImplicitHeight(2 * padding + rows);
+    update();
+    emit laidOut();
+}
+
+void SyncMapChart::paint(QPainter* painter) {
+    // The frame: one point of rule around the padded stack.
+    painter->setPen(QPen(Palette::rule(), 1));
+    painter->setBrush(Qt::NoBrush);
+    painter->drawRect(QRectF(0.5, 0.5, width() - 1, height() - 1));
+    if (!model_)
+        return;
+    const std::optional<SessionDoc> doc = model_->doc();
+    if (!doc)
+        return;
+    const ViewRules::ChartLayout layout = ViewRules::chartLayout(*doc, model_->cameraPlans());
+
+    const QFont nameFont = Palette::mono(9, QFont::DemiBold);
+    painter->setFont(nameFont);
+    const qreal laneX = padding + nameWidth + nameGap;
+    const qreal laneW = std::max<qreal>(0, width() - padding - laneX);
+    qreal y = padding;
+    for (const ViewRules::ChartLane& lane : layout.lanes) {
+        painter->setPen(Palette::ink());
+        const QString name = QFontMetricsF(nameFont).elidedText(QString::fromStdString(lane.name),
+                                                                Qt::ElideRight, nameWidth);
+        painter->drawText(QRectF(padding, y, nameWidth, laneHeight),
+                          Qt::AlignLeft | Qt::AlignVCenter, name);
+
+        painter->save();
+        painter->setClipRect(QRectF(laneX, y, laneW, laneHeight));
+        painter->setPen(Qt::NoPen);
+        painter->fillRect(QRectF(laneX, y, laneW, laneHeight), QColor::fromRgbF(0.9f, 0.9f, 0.9f));
+        for (const ViewRules::ChartBar& bar : lane.bars)
+            painter->fillRect(
+                QRectF(laneX + bar.x * laneW, y, ViewRules::barWidth(bar, laneW), laneHeight),
+                Palette::ink());
+        for (double marker : layout.markers)
+            painter->fillRect(QRectF(laneX + marker * laneW, y, ViewRules::markerWidth, laneHeight),
+                              Palette::recRed());
+        painter->restore();
+        y += laneHeight + rowSpacing;
+    }
+}
+
+} // namespace korvalume

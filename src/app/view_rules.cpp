@@ -1,0 +1,236 @@
+#include "app/view_rules.h"
+
+#include "time/master_time.h"
+
+#include <QDateTime>
+#include <QLocale>
+
+#include <algorithm>
+#include <cmath>
+
+namespace korvalume::ViewRules {
+
+Panel panel(bool hasDoc, bool isLive) {
+    if (!hasDoc)
+        return Panel::welcome;
+    return isLive ? Panel::live : Panel::session;
+}
+
+std::vector<Step> steps(bool hasDoc, bool isLive) {
+    if (isLive)
+        return {};
+    if (!hasDoc)
+        return {
+            {"01 / SET UP",
+             "Start a session here, or on a phone. Whoever starts it is the session owner."},
+            {"02 / SHOOT", "The crew joins with a code and adds their cameras. Everything they "
+                           "record is logged against one clock."},
+            {"03 / SYNC", "Point each camera at its card folder and export. Premiere opens with "
+                          "every clip in place."},
+        };
+    return {
+        {"01 / SESSION LOG",
+         "Open the log sent from the phones. Several logs from one shoot combine into one."},
+        {"02 / CAMERA FOLDERS", "Point each camera at the folder its card was copied to."},
+        {"03 / PREMIERE", "Export, then use File > Import in Premiere Pro. Every clip lands in "
+                          "place, one track per camera."},
+    };
+}
+
+LiveSidebar liveSidebar(bool isOwner) {
+    LiveSidebar sidebar;
+    sidebar.endButton = isOwner ? "END SESSION FOR EVERYONE" : "STOP WATCHING";
+    return sidebar;
+}
+
+Confirmation endConfirmation(bool isOwner) {
+    if (isOwner)
+        return {"End the session for everyone?",
+                "You started this session. Every connected phone stops logging and sends its "
+                "log here. The log is kept, ready for the card dumps.",
+                "End for everyone"};
+    return {"Stop watching this session?",
+            "Only this laptop stops. The session carries on for everyone else.", "Stop watching"};
+}
+
+std::string combiningReport(const std::vector<std::string>& lines) {
+    std::string text;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        if (i > 0)
+            text += "\n\n";
+        text += lines[i];
+    }
+    return text + "\n\nNothing was replaced.";
+}
+
+std::string counted(long long count, std::string_view noun) {
+    std::string text = std::to_string(count) + " " + std::string(noun);
+    if (count != 1)
+        text += "S";
+    return text;
+}
+
+std::string sessionFacts(const SessionDoc& doc, int logCount) {
+    return doc.fps.label() + " FPS / " +
+           counted(static_cast<long long>(doc.activeCameras().size()), "DEVICE") + " / " +
+           counted(logCount, "LOG") + " / " +
+           counted(static_cast<long long>(doc.markers().size()), "MARKER");
+}
+
+std::string sessionStart(const SessionDoc& doc) {
+    const auto ms = static_cast<qint64>(std::llround(doc.startedAt * 1000.0));
+    const QDateTime start = QDateTime::fromMSecsSinceEpoch(ms, doc.timeZone());
+    // Month names in English whatever the machine's language, like every other text here.
+    return QLocale::c().toString(start, QStringLiteral("d MMM yyyy / HH:mm")).toStdString();
+}
+
+std::string kindAndLink(const Camera& camera) {
+    const std::string kind = camera.kind == Camera::Kind::camera ? "CAMERA" : "RECORDER";
+    std::string link;
+    switch (camera.link) {
+    case Camera::Link::bluetooth:
+        link = "BLUETOOTH";
+        break;
+    case Camera::Link::wifi:
+        link = "WI-FI";
+        break;
+    case Camera::Link::scan:
+        link = "SCAN";
+        break;
+    }
+    return kind + " / " + link;
+}
+
+Card card(const Camera& camera, const std::optional<std::string>& folder, bool reading,
+          const CameraPlan* plan) {
+    Card result;
+    result.name = camera.name;
+    result.kindLink = kindAndLink(camera);
+    result.folder = folder.value_or("");
+    result.folderButton = folder ? "CHANGE FOLDER" : "CHOOSE FOLDER";
+    result.reading = reading;
+    if (reading)
+        result.status = readingClips;
+    else if (folder && plan && plan->clips.empty())
+        result.status = emptyFolder;
+    // While a new folder is read the previous plan stays listed: it is still the one in use.
+    if (plan) {
+        for (const PlacedClip& clip : plan->clips)
+            result.clips.push_back({clip.file.name(), std::string(label(clip.method)),
+                                    clip.start.has_value(), clip.note.value_or("")});
+        result.warnings = plan->warnings;
+    }
+    return result;
+}
+
+FrameRate initialRate(std::optional<std::string_view> storedLabel) {
+    if (storedLabel)
+        for (const FrameRate& rate : FrameRate::all())
+            if (rate.label() == *storedLabel)
+                return rate;
+    return FrameRate::pal();
+}
+
+std::vector<FrameRate> rateChoices(const FrameRate& selected) {
+    std::vector<FrameRate> offered = FrameRate::sessionChoices();
+    if (std::find(offered.begin(), offered.end(), selected) != offered.end())
+        return offered;
+    // Keep the order of the full list so 30 sits between 29.97 and 50.
+    std::vector<FrameRate> choices;
+    for (const FrameRate& rate : FrameRate::all())
+        if (rate == selected || std::find(offered.begin(), offered.end(), rate) != offered.end())
+            choices.push_back(rate);
+    return choices;
+}
+
+ChartSpan chartSpan(const SessionDoc& doc, const std::vector<CameraPlan>& plans) {
+    std::vector<PlacedClip> all;
+    for (const CameraPlan& plan : plans)
+        for (const PlacedClip& clip : plan.placed())
+            all.push_back(clip);
+
+    double t0 = doc.startedAt;
+    for (const PlacedClip& clip : all)
+        if (clip.start)
+            t0 = std::min(t0, *clip.start);
+
+    double end = t0;
+    for (const PlacedClip& clip : all)
+        end = std::max(end, clip.start.value_or(t0) + clip.file.duration);
+    end = std::max(end, doc.endedAt.value_or(t0));
+    return {t0, std::max(t0 + 60.0, end)};
+}
+
+ChartLayout chartLayout(const SessionDoc& doc, const std::vector<CameraPlan>& plans) {
+    ChartLayout layout;
+    layout.span = chartSpan(doc, plans);
+    const double t0 = layout.span.t0;
+    const double length = layout.span.t1 - t0;
+    for (const CameraPlan& plan : plans) {
+        ChartLane lane{plan.camera.name, {}};
+        for (const PlacedClip& clip : plan.placed())
+            lane.bars.push_back(
+                {(clip.start.value_or(t0) - t0) / length, clip.file.duration / length});
+        layout.lanes.push_back(std::move(lane));
+    }
+    for (const SyncEvent& marker : doc.markers())
+        layout.markers.push_back((marker.at - t0) / length);
+    return layout;
+}
+
+double barWidth(const ChartBar& bar, double laneWidth) {
+    const double width = bar.width * laneWidth;
+    return width <= minBarWidth ? minBarWidth : width;
+}
+
+std::string timeOfDay(const SessionDoc& doc, double now) {
+    if (!std::isfinite(now))
+        return "--:--:--:--";
+    return MasterTime::timeOfDay(now, doc.fps, doc.timeZone()).string();
+}
+
+namespace {
+
+std::string scanDetail(const SessionDoc& doc, const Camera& camera) {
+    const std::vector<SyncEvent> scans = doc.scans(camera.id);
+    std::string detail = counted(static_cast<long long>(scans.size()), "SCAN");
+    if (!scans.empty() && scans.back().timecode)
+        detail += " / LAST " + *scans.back().timecode;
+    const std::size_t markers = doc.markers().size();
+    if (markers > 0)
+        detail += " / " + counted(static_cast<long long>(markers), "MARKER");
+    return detail;
+}
+
+} // namespace
+
+LiveTexts liveTexts(const SessionDoc& doc, double now, bool clockSynced,
+                    const std::vector<std::string>& phones) {
+    LiveTexts texts;
+    const std::vector<Camera> cameras = doc.activeCameras();
+    texts.facts = doc.fps.label() + " FPS / " +
+                  counted(static_cast<long long>(cameras.size()), "DEVICE") + " / " +
+                  counted(static_cast<long long>(phones.size()), "PHONE");
+    texts.clockState = std::string(clockSynced ? "NTP" : "NOT") + " LINKED / CLOCK";
+    texts.timeOfDay = timeOfDay(doc, now);
+    const double elapsed = now - doc.startedAt;
+    texts.running =
+        "RUNNING " + MasterTime::clock(std::isfinite(elapsed) ? std::max(0.0, elapsed) : 0.0);
+    for (const Camera& camera : cameras) {
+        const CameraSummary summary = doc.summary(camera, now);
+        texts.rows.push_back({camera.name, kindAndLink(camera), summary.text, summary.rolling,
+                              summary.warning,
+                              counted(static_cast<long long>(doc.clips(camera.id).size()), "CLIP"),
+                              scanDetail(doc, camera)});
+    }
+    if (cameras.empty()) {
+        texts.waitingTitle = waitingTitle;
+        texts.waitingText = waitingText;
+    }
+    texts.phones = phones;
+    if (phones.empty())
+        texts.phonesEmpty = noPhones;
+    return texts;
+}
+
+} // namespace korvalume::ViewRules
