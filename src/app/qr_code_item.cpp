@@ -29,7 +29,8 @@ void QrCodeItem::paint(QPainter* painter) {
     // Whole device pixels per module: every module edge lands on a pixel edge.
     const qreal dpr = window() ? window()->effectiveDevicePixelRatio() : 1.0;
     const qreal side = std::min(width(), height()) * dpr;
-    const int modules = std::max(code_.width(), 1);
+    // The image has a fixed number of pixels per module; scale whole modules, not pixels.
+    const int modules = std::max(code_.width() / Platform::qrModulePixels, 1);
     const qreal module = std::max<qreal>(1, std::floor(side / modules)) / dpr;
     const qreal drawn = module * modules;
     const QPointF origin((width() - drawn) / 2, (height() - drawn) / 2);

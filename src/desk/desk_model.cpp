@@ -80,15 +80,20 @@ void DeskModel::forwardChanges() {
         connect(this, signal, this, &DeskModel::changed);
 }
 
-DeskModel::DeskModel(const SessionDoc& preview, QObject* parent)
-    : QObject(parent), state_(std::make_unique<State>()), radios_(false),
+DeskModel::DeskModel(const std::optional<SessionDoc>& doc, const Preview& preview, QObject* parent)
+    : QObject(parent), state_(std::make_unique<State>()), radios_(false), preview_(preview),
       cameras_(new CameraListModel(*this, this)) {
-    state_->doc = preview;
-    logCount_ = 1;
-    isLive_ = !preview.endedAt;
+    services_.deviceID = preview.deviceID;
+    if (doc) {
+        state_->doc = doc;
+        logCount_ = 1;
+        isLive_ = !doc->endedAt;
+    }
     cameras_->refresh();
     forwardChanges();
 }
+
+DeskModel::DeskModel(const SessionDoc& doc, QObject* parent) : DeskModel(doc, {}, parent) {}
 
 DeskModel::~DeskModel() {
     // The link outlives the model; it must not call back into it.
@@ -160,7 +165,7 @@ QStringList DeskModel::importReport() const {
 }
 
 bool DeskModel::isOwner() const {
-    return state_->doc && state_->doc->ownerID && radios_ &&
+    return state_->doc && state_->doc->ownerID && !services_.deviceID.isEmpty() &&
            qs(*state_->doc->ownerID) == services_.deviceID;
 }
 
@@ -182,11 +187,11 @@ bool DeskModel::canExport() const {
 }
 
 QStringList DeskModel::connectedPeers() const {
-    return radios_ ? services_.peers->connected() : QStringList();
+    return radios_ ? services_.peers->connected() : preview_.peers;
 }
 
 bool DeskModel::clockSynced() const {
-    return radios_ && services_.clock->synced();
+    return radios_ ? services_.clock->synced() : preview_.clockSynced;
 }
 
 double DeskModel::now() const {

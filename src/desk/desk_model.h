@@ -73,10 +73,20 @@ public:
         QString sessionsFolder; // where live logs are saved automatically
     };
 
+    // What a preview shows in place of the clock and the link.
+    struct Preview {
+        QStringList peers;        // as if these were linked
+        bool clockSynced = false; // as if the time server had answered
+        QString deviceID;         // as if this were the machine
+    };
+
     // A real desk: it keeps the clock, the link, the awake hold and the automatic save.
     DeskModel(const Services& services, QObject* parent = nullptr);
-    // A preview of one log: none of the above is ever started.
-    explicit DeskModel(const SessionDoc& preview, QObject* parent = nullptr);
+    // A preview, of one log or of none: nothing live is ever started. Opening logs and
+    // reading folders work as usual.
+    DeskModel(const std::optional<SessionDoc>& doc, const Preview& preview,
+              QObject* parent = nullptr);
+    explicit DeskModel(const SessionDoc& doc, QObject* parent = nullptr);
     ~DeskModel() override;
 
     // "Korvalume Sessions" in the user's documents folder.
@@ -190,6 +200,7 @@ private:
     std::unique_ptr<State> state_;
     Services services_;
     const bool radios_;
+    Preview preview_;
     int logCount_ = 0;
     QString message_;
     std::optional<std::vector<std::string>> importReport_;

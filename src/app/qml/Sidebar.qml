@@ -137,6 +137,7 @@ Rectangle {
             visible: sidebar.view.panel === DeskView.Live
             Layout.fillWidth: true
             text: sidebar.view.endButton
+            size: 10
             dark: true
             accent: Kit.recRed
             onClicked: sidebar.view.confirmEnd = true
