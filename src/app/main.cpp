@@ -1,5 +1,6 @@
 #include "app/desk_types.h"
 #include "app/single_instance.h"
+#include "app/view_rules.h"
 #include "live/master_clock.h"
 #include "live/peer_link.h"
 #include "platform/app_brand.h"
@@ -15,7 +16,9 @@
 #include <QQuickStyle>
 #include <QQuickWindow>
 #include <QUrl>
+
 #include <QtQml/qqmlextensionplugin.h>
+#include <cstdio>
 
 Q_IMPORT_QML_PLUGIN(Korvalume_DeskPlugin)
 
@@ -92,8 +95,10 @@ int main(int argc, char* argv[]) {
         items.append(isLink(item) ? item : QFileInfo(item).absoluteFilePath());
 
     korvalume::SingleInstance instance(korvalume::SingleInstance::defaultServerName());
-    if (instance.handOver(items))
+    if (const auto answer = instance.handOver(items)) {
+        std::printf("Opened in the running Korvalume Desk: %s\n", qPrintable(*answer));
         return 0;
+    }
 
     // The one model for the life of the process, on the shared clock and this machine's
     // identity; nothing live starts until a session does.
@@ -119,6 +124,9 @@ int main(int argc, char* argv[]) {
             window->raise();
             window->requestActivate();
         }
+        return model.hasDoc()
+                   ? QStringLiteral("%1 / %2 LOGS").arg(model.sessionName()).arg(model.logCount())
+                   : QStringLiteral("no session open");
     });
     take(model, items);
     return QGuiApplication::exec();

@@ -26,20 +26,21 @@ QString SingleInstance::defaultServerName() {
                QCryptographicHash::hash(home, QCryptographicHash::Sha1).toHex().left(12));
 }
 
-bool SingleInstance::handOver(const QStringList& items) const {
+std::optional<QString> SingleInstance::handOver(const QStringList& items) const {
     QLocalSocket socket;
     socket.connectToServer(name_);
     if (!socket.waitForConnected(handOverTimeoutMs))
-        return false;
+        return std::nullopt;
     socket.write(encode(items));
     if (!socket.waitForBytesWritten(handOverTimeoutMs))
-        return false;
-    // The running desk closes the connection once it has read everything.
-    socket.waitForDisconnected(handOverTimeoutMs);
-    return true;
+        return std::nullopt;
+    // The running desk answers with one line once it has taken everything, then closes.
+    while (!socket.canReadLine() && socket.waitForReadyRead(handOverTimeoutMs)) {
+    }
+    return QString::fromUtf8(socket.readLine()).trimmed();
 }
 
-bool SingleInstance::listen(std::function<void(const QStringList&)> received) {
+bool SingleInstance::listen(std::function<QString(const QStringList&)> received) {
     received_ = std::move(received);
     server_.setSocketOptions(QLocalServer::UserAccessOption);
     if (!server_.listen(name_)) {
@@ -60,8 +61,8 @@ bool SingleInstance::listen(std::function<void(const QStringList&)> received) {
                 }
                 if (socket->bytesAvailable())
                     return; // the rest of a line is still on its way
-                if (received_)
-                    received_(items);
+                const QString answer = received_ ? received_(items) : QString();
+                socket->write(answer.toUtf8() + '\n');
                 socket->disconnectFromServer();
             });
         }

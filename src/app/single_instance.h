@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <optional>
 
 namespace korvalume {
 
@@ -19,15 +20,16 @@ public:
     // The name of the user's desk socket.
     static QString defaultServerName();
 
-    // Sends `items` (files and links) to a running desk. True when one took them.
-    bool handOver(const QStringList& items) const;
-    // Becomes the running desk: `received` is called with every hand-over.
-    bool listen(std::function<void(const QStringList&)> received);
+    // Sends `items` (files and links) to a running desk. Its answer, one line saying what it
+    // holds now, when one took them; nothing when none is running.
+    std::optional<QString> handOver(const QStringList& items) const;
+    // Becomes the running desk: `received` is called with every hand-over and answers it.
+    bool listen(std::function<QString(const QStringList&)> received);
 
 private:
     QString name_;
     QLocalServer server_;
-    std::function<void(const QStringList&)> received_;
+    std::function<QString(const QStringList&)> received_;
 };
 
 } // namespace korvalume

@@ -26,10 +26,14 @@ inline std::ostream& operator<<(std::ostream& out, const QString& text) {
 
 namespace korvalume::testing {
 
+// The process's application: the one a test made already (a window test makes a GUI
+// one), else a plain one.
 inline QCoreApplication& application() {
     static int argc = 1;
     static char name[] = "desk_tests";
     static char* argv[] = {name, nullptr};
+    if (auto* existing = QCoreApplication::instance())
+        return *existing;
     static QCoreApplication app(argc, argv);
     return app;
 }

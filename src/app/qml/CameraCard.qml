@@ -9,7 +9,7 @@ Rectangle {
     property var card: ({})
     signal folderRequested
     signal folderDropped(url folder)
-    objectName: "cameraCard:" + (card.name || "")
+    objectName: "cameraCard:" + (card.card.name || "")
     implicitHeight: column.implicitHeight + 28
     color: drop.containsDrag ? Qt.rgba(0.96, 0.65, 0.14, 0.12) : "white"
     border.width: drop.containsDrag ? 2 : 1

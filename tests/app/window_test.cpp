@@ -1,0 +1,181 @@
+// The real QML window, offscreen, over a real desk model, driven through its items.
+#include "desk/desk_test_support.h"
+#include "session/session_builders.h"
+#include "session/session_link.h"
+
+#include "app/desk_types.h"
+
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QtQml/qqmlextensionplugin.h>
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+Q_IMPORT_QML_PLUGIN(Korvalume_DeskPlugin)
+
+namespace korvalume {
+namespace {
+
+using namespace testing;
+
+constexpr int waitMs = 20'000;
+
+QGuiApplication& guiApplication() {
+    static int argc = 1;
+    static char name[] = "window_tests";
+    static char* argv[] = {name, nullptr};
+    static QGuiApplication* app = [] {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        auto* made = new QGuiApplication(argc, argv);
+        QQuickStyle::setStyle(QStringLiteral("Basic"));
+        return made;
+    }();
+    return *app;
+}
+
+// The window on a desk, and ways to find and press what a user sees.
+class WindowTest : public ::testing::Test {
+protected:
+    void SetUp() override { guiApplication(); }
+
+    void show(DeskModel& model) {
+        engine_ = std::make_unique<QQmlApplicationEngine>();
+        engine_->setInitialProperties({{"model", QVariant::fromValue(&model)}});
+        engine_->load(QUrl(QStringLiteral("qrc:/qt/qml/Korvalume/Desk/qml/Main.qml")));
+        ASSERT_FALSE(engine_->rootObjects().isEmpty());
+        window_ = qobject_cast<QQuickWindow*>(engine_->rootObjects().constFirst());
+        ASSERT_NE(window_, nullptr);
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(window_));
+    }
+
+    // An item by name, searched in the visual tree too: a Repeater's items have no
+    // object parent. `within` narrows the search to one part of the window.
+    QQuickItem* item(const QString& objectName, QObject* within = nullptr) {
+        QObject* scope = within ? within : static_cast<QObject*>(window_);
+        if (auto* found = scope->findChild<QQuickItem*>(objectName))
+            return found;
+        std::vector<QQuickItem*> pending{window_->contentItem()};
+        std::set<QQuickItem*> seen;
+        while (!pending.empty()) {
+            QQuickItem* next = pending.back();
+            pending.pop_back();
+            if (!next || !seen.insert(next).second)
+                continue;
+            if (next->objectName() == objectName)
+                return next;
+            for (QQuickItem* child : next->childItems())
+                pending.push_back(child);
+        }
+        return nullptr;
+    }
+    QString text(const QString& objectName) {
+        auto* found = item(objectName);
+        return found ? found->property("text").toString() : QStringLiteral("<missing>");
+    }
+    bool shown(const QString& objectName) {
+        auto* found = window_->findChild<QObject*>(objectName);
+        return found && found->property("visible").toBool();
+    }
+    void click(const QString& objectName, QObject* within = nullptr) {
+        auto* target = item(objectName, within);
+        ASSERT_NE(target, nullptr) << objectName.toStdString();
+        ASSERT_TRUE(target->isVisible() && target->isEnabled()) << objectName.toStdString();
+        const QPointF centre =
+            target->mapToScene(QPointF(target->width() / 2, target->height() / 2));
+        QTest::mouseClick(window_, Qt::LeftButton, {}, centre.toPoint());
+    }
+
+    std::unique_ptr<QQmlApplicationEngine> engine_;
+    QQuickWindow* window_ = nullptr;
+};
+
+TEST_F(WindowTest, StartingASessionShowsTheLiveViewWaitingForCameras) {
+    Desk desk;
+    show(*desk);
+    EXPECT_EQ(window_->title(), "Korvalume Desk");
+    ASSERT_NE(item("welcomePanel"), nullptr);
+    // Typed into the name field; Return starts the session.
+    click("nameField");
+    QTest::keyClick(window_, Qt::Key_A, Qt::ControlModifier);
+    for (const char key : std::string_view("night exterior"))
+        QTest::keyClick(window_, key);
+    QTest::keyClick(window_, Qt::Key_Return);
+
+    ASSERT_TRUE(QTest::qWaitFor([&] { return item("liveView") != nullptr; }, waitMs));
+    EXPECT_TRUE(desk->isLive());
+    EXPECT_EQ(desk->doc()->name, "NIGHT EXTERIOR");
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return text("waitingTitle") == "WAITING FOR CAMERAS"; }, waitMs))
+        << text("waitingTitle").toStdString();
+    EXPECT_EQ(text("endButton"), "END SESSION FOR EVERYONE");
+
+    // Marking from the sidebar drops a marker in the log.
+    click("markButton");
+    EXPECT_EQ(desk->doc()->markers().size(), 1u);
+}
+
+TEST_F(WindowTest, OpenedLogsShowTheSessionAndExportWaitsForAPlacedClip) {
+    Desk desk;
+    show(*desk);
+    SessionDoc doc = session("HARBOUR");
+    const double start = desk.wallClock - 50'000;
+    doc.startedAt = start - 60;
+    doc.endedAt = start + 600;
+    doc.cameras.push_back(camera(1, "CAM A"));
+    doc.cameras.push_back(camera(2, "CAM B"));
+    doc.events.push_back(event(1, SyncEvent::Kind::recStart, start, 1));
+    doc.events.push_back(event(2, SyncEvent::Kind::recStop, start + 2, 1));
+    SessionDoc second = doc;
+    second.events.push_back(event(3, SyncEvent::Kind::marker, start + 30));
+    const auto first = desk.dir.file("a.korvalume");
+    const auto other = desk.dir.file("b.korvalume");
+    fixtures::writeFile(first, *doc.encoded());
+    fixtures::writeFile(other, *second.encoded());
+
+    desk->open({first, other});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return item("sessionPanel") != nullptr; }, waitMs));
+    EXPECT_EQ(text("sessionHeading"), "SESSION / HARBOUR");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return item("cameraCard:CAM A") != nullptr; }, waitMs));
+    EXPECT_NE(item("cameraCard:CAM B"), nullptr);
+    EXPECT_TRUE(shown("reportDialog")) << "two logs were combined";
+    EXPECT_FALSE(item("exportButton")->isEnabled());
+
+    // A card folder handed to the camera's card is read, and a placed clip allows export.
+    fixtures::MovieSpec spec;
+    spec.seconds = 2;
+    const auto movie = fixtures::makeMovie(desk.dir.file("card/C0001.MOV"), spec);
+    QMetaObject::invokeMethod(
+        item("cameraCard:CAM A"), "folderDropped",
+        Q_ARG(QUrl, QUrl::fromLocalFile(QFileInfo(QString::fromStdString(movie)).path())));
+    EXPECT_FALSE(desk->folders().empty());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return item("exportButton")->isEnabled(); }, waitMs));
+    EXPECT_TRUE(desk->canExport());
+}
+
+TEST_F(WindowTest, ADeskThatDidNotStartTheSessionOffersToStopWatching) {
+    Desk desk;
+    show(*desk);
+    SessionDoc started = session("DAY 2");
+    started.startedAt = desk.wallClock - 100;
+    started.ownerID = "0WNE0000-0000-4000-8000-000000000009";
+    desk->join(SessionLink::from(started));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return item("liveView") != nullptr; }, waitMs));
+    EXPECT_EQ(text("endButton"), "STOP WATCHING");
+
+    click("endButton");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return shown("endDialog"); }, waitMs));
+    EXPECT_EQ(window_->findChild<QObject*>("endDialog")->property("title").toString(),
+              "Stop watching this session?");
+    click("dialogAccept", window_->findChild<QObject*>("endDialog"));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !desk->isLive(); }, waitMs));
+    EXPECT_FALSE(desk->doc()->endedForAll) << "only this desk stops";
+}
+
+} // namespace
+} // namespace korvalume
