@@ -19,6 +19,7 @@
 #include <cstdio>
 #include <memory>
 #include <set>
+#include <unistd.h>
 
 using namespace korvalume;
 
@@ -178,6 +179,25 @@ int main(int argc, char** argv) {
     check(converged, "the host did not take in every join's log");
     std::printf("converged: %d joins x %d events in %.2f s\n", joins, events,
                 double(clock.elapsed()) / 1000.0);
+
+    // What hosting cost so far: CPU time and peak memory, from the kernel's accounting.
+    const QString proc = QString("/proc/%1/").arg(host->processId());
+    QFile status(proc + "status");
+    QFile stat(proc + "stat");
+    if (status.open(QIODevice::ReadOnly) && stat.open(QIODevice::ReadOnly)) {
+        const QString peak = QRegularExpression("VmHWM:\\s*(\\d+) kB")
+                                 .match(QString::fromLatin1(status.readAll()))
+                                 .captured(1);
+        // Fields 14 and 15 (user and system time, in clock ticks) follow the ") " that
+        // closes the command name.
+        const QString fields = QString::fromLatin1(stat.readAll()).section(") ", 1);
+        const QStringList parts = fields.split(' ');
+        const double ticks = double(sysconf(_SC_CLK_TCK));
+        if (parts.size() > 12)
+            std::printf("host: cpu %.2f s, peak memory %.1f MB\n",
+                        (parts[11].toDouble() + parts[12].toDouble()) / ticks,
+                        peak.toDouble() / 1024.0);
+    }
 
     // Ending on the host ends it for everyone: every join writes its log and exits.
     host->terminate();
