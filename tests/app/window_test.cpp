@@ -4,6 +4,7 @@
 #include "session/session_link.h"
 
 #include "app/desk_types.h"
+#include "app/desk_view.h"
 
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -11,6 +12,7 @@
 #include <QQuickItem>
 #include <QQuickStyle>
 #include <QQuickWindow>
+#include <QTemporaryDir>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <gtest/gtest.h>
@@ -30,8 +32,12 @@ QGuiApplication& guiApplication() {
     static int argc = 1;
     static char name[] = "window_tests";
     static char* argv[] = {name, nullptr};
+    static QTemporaryDir settings;
     static QGuiApplication* app = [] {
         qputenv("QT_QPA_PLATFORM", "offscreen");
+        // The last frame rate chosen is remembered in the user's settings: these are the
+        // test's own.
+        qputenv("XDG_CONFIG_HOME", settings.path().toUtf8());
         auto* made = new QGuiApplication(argc, argv);
         QQuickStyle::setStyle(QStringLiteral("Basic"));
         return made;
@@ -100,6 +106,12 @@ TEST_F(WindowTest, StartingASessionShowsTheLiveViewWaitingForCameras) {
     show(*desk);
     EXPECT_EQ(window_->title(), "Korvalume Desk");
     ASSERT_NE(item("welcomePanel"), nullptr);
+    // The rate chosen is the one the next start offers first; 25 before any start.
+    auto* view = window_->findChild<QObject*>("deskView");
+    const QStringList rates = view->property("rateLabels").toStringList();
+    EXPECT_EQ(rates.at(view->property("rateIndex").toInt()), "25");
+    view->setProperty("rateIndex", rates.indexOf("29.97"));
+
     // Typed into the name field; Return starts the session.
     click("nameField");
     QTest::keyClick(window_, Qt::Key_A, Qt::ControlModifier);
@@ -110,6 +122,9 @@ TEST_F(WindowTest, StartingASessionShowsTheLiveViewWaitingForCameras) {
     ASSERT_TRUE(QTest::qWaitFor([&] { return item("liveView") != nullptr; }, waitMs));
     EXPECT_TRUE(desk->isLive());
     EXPECT_EQ(desk->doc()->name, "NIGHT EXTERIOR");
+    EXPECT_EQ(desk->doc()->fps, (FrameRate{30, true}));
+    DeskView nextStart;
+    EXPECT_EQ(nextStart.rateLabels().at(nextStart.rateIndex()), "29.97");
     EXPECT_TRUE(
         QTest::qWaitFor([&] { return text("waitingTitle") == "WAITING FOR CAMERAS"; }, waitMs))
         << text("waitingTitle").toStdString();
