@@ -114,7 +114,7 @@ std::string makeCards(const QString& root) {
     if (complete.exists())
         return {};
     QDir(root).removeRecursively(); // what an interrupted run left
-    const Outcome made = run("python3", {source("examples/make-cards"), root});
+    const Outcome made = run(KORVALUME_PYTHON3, {source("examples/make-cards"), root});
     if (made.code != 0)
         return "examples/make-cards failed: " + made.err;
     return complete.open(QIODevice::WriteOnly) ? "" : "cannot write " + root.toStdString();

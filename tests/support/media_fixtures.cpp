@@ -27,7 +27,7 @@ QString text(std::string_view value) {
 
 void runFfmpeg(const QStringList& arguments) {
     QProcess ffmpeg;
-    ffmpeg.start("ffmpeg",
+    ffmpeg.start(QStringLiteral(KORVALUME_FFMPEG),
                  QStringList{"-nostdin", "-hide_banner", "-v", "error", "-y"} + arguments);
     if (!ffmpeg.waitForFinished(120'000) || ffmpeg.exitStatus() != QProcess::NormalExit ||
         ffmpeg.exitCode() != 0)
