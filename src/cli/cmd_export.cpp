@@ -1,5 +1,6 @@
 // `korvalume export`: write the Premiere Pro timeline of a shoot.
 #include "cli/command.h"
+#include "cli/options.h"
 #include "cli/shoot_input.h"
 #include "export/premiere_xml.h"
 
@@ -52,35 +53,20 @@ struct Options {
 };
 
 std::optional<Options> parseOptions(std::span<const std::string> args, std::ostream& err) {
-    Options options;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        if (isOption(arg, "--folder")) {
-            const auto text = optionValue(args, i, "--folder", "export", err);
-            const auto folder = text ? parseFolder(*text, "export", err) : std::nullopt;
-            if (!folder)
-                return std::nullopt;
-            options.folders.push_back(*folder);
-        } else if (isOption(arg, "--output") || isOption(arg, "-o")) {
-            const auto file =
-                optionValue(args, i, arg.starts_with("--") ? "--output" : "-o", "export", err);
-            if (!file)
-                return std::nullopt;
-            if (file->empty()) {
-                err << "korvalume export: " << arg << " needs a file name\n";
-                return std::nullopt;
-            }
-            options.output = *file;
-        } else if (arg == "--") {
-            options.logs.insert(options.logs.end(), args.begin() + std::ptrdiff_t(i) + 1,
-                                args.end());
-            break;
-        } else if (arg.size() > 1 && arg[0] == '-') {
-            err << "korvalume export: unknown option '" << arg << "'\n";
+    const auto parsed =
+        parseArgs(args, {{{"folder"}, "a value"}, {{"o", "output"}, "a value"}}, "export", err);
+    if (!parsed)
+        return std::nullopt;
+    Options options{parsed->positional(), {}, parsed->value("o")};
+    for (const auto& text : parsed->values("folder")) {
+        auto folder = parseFolder(text, "export", err);
+        if (!folder)
             return std::nullopt;
-        } else {
-            options.logs.push_back(arg);
-        }
+        options.folders.push_back(std::move(*folder));
+    }
+    if (options.output && options.output->empty()) {
+        err << "korvalume export: -o needs a file name\n";
+        return std::nullopt;
     }
     if (options.logs.empty()) {
         err << "korvalume export: no session log given (see 'korvalume export --help')\n";
@@ -141,12 +127,15 @@ int runExport(std::span<const std::string> args, Io& io) {
     return Done;
 }
 
-const CommandRegistration registration{{
-    .name = "export",
-    .summary = "write the Premiere Pro XML timeline of a shoot",
-    .help = exportHelp,
-    .run = runExport,
-}};
-
 } // namespace
+
+Command exportCommand() {
+    return {
+        .name = "export",
+        .summary = "write the Premiere Pro XML timeline of a shoot",
+        .help = exportHelp,
+        .run = runExport,
+    };
+}
+
 } // namespace korvalume::cli

@@ -1,7 +1,7 @@
 // korvalume host: the desk without a window, as the owner of a live session.
 #include "cli/command.h"
 #include "cli/live_desk.h"
-#include "cli/shoot_input.h"
+#include "cli/options.h"
 #include "session/session_doc.h"
 #include "time/frame_rate.h"
 
@@ -57,46 +57,34 @@ void printReceived(DeskModel& model, std::ostream& out) {
 }
 
 int runHost(std::span<const std::string> args, Io& io) {
-    std::string name;
-    FrameRate fps = FrameRate::pal();
-    std::optional<std::string> resume;
+    const auto parsed = parseArgs(args,
+                                  {{{"name"}, "a value"},
+                                   {{"fps"}, "a value"},
+                                   {{"resume"}, "a value"},
+                                   liveOptions[0],
+                                   liveOptions[1],
+                                   liveOptions[2]},
+                                  "host", io.err);
     LiveDeskOptions options;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        std::optional<std::string> value;
-        const auto take = [&](std::string_view option) {
-            if (!isOption(arg, option))
-                return false;
-            value = optionValue(args, i, option, "host", io.err);
-            return true;
-        };
-        if (take("--name")) {
-            if (!value)
-                return Usage;
-            name = *value;
-        } else if (take("--fps")) {
-            if (!value)
-                return Usage;
-            const auto rate = rateFromLabel(*value);
-            if (!rate) {
-                io.err << "korvalume host: --fps takes one of 23.976, 24, 25, 29.97, 48*, 50, "
-                          "59.94, not '"
-                       << *value << "'\n";
-                return Usage;
-            }
-            fps = *rate;
-        } else if (take("--resume")) {
-            if (!value)
-                return Usage;
-            resume = *value;
-        } else if (const auto live = takeLiveOption(args, i, "host", options, io)) {
-            if (!*live)
-                return Usage;
-        } else {
-            io.err << "korvalume host: unknown argument '" << arg << "'\n";
+    if (!parsed || !readLiveOptions(*parsed, "host", options, io))
+        return Usage;
+    if (!parsed->positional().empty()) {
+        io.err << "korvalume host: unknown argument '" << parsed->positional().front() << "'\n";
+        return Usage;
+    }
+    FrameRate fps = FrameRate::pal();
+    if (const auto label = parsed->value("fps")) {
+        const auto rate = rateFromLabel(*label);
+        if (!rate) {
+            io.err << "korvalume host: --fps takes one of 23.976, 24, 25, 29.97, 48*, 50, "
+                      "59.94, not '"
+                   << *label << "'\n";
             return Usage;
         }
+        fps = *rate;
     }
+    const std::string name = parsed->value("name").value_or(std::string());
+    const std::optional<std::string> resume = parsed->value("resume");
 
     LiveDesk desk(options);
     DeskModel& model = desk.model();
@@ -133,12 +121,15 @@ int runHost(std::span<const std::string> args, Io& io) {
     return Done;
 }
 
-const CommandRegistration registration{{
-    .name = "host",
-    .summary = "host a live session without the window",
-    .help = hostHelp,
-    .run = runHost,
-}};
-
 } // namespace
+
+Command hostCommand() {
+    return {
+        .name = "host",
+        .summary = "host a live session without the window",
+        .help = hostHelp,
+        .run = runHost,
+    };
+}
+
 } // namespace korvalume::cli

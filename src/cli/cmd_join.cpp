@@ -1,7 +1,7 @@
 // korvalume join: a desk that follows someone else's live session.
 #include "cli/command.h"
 #include "cli/live_desk.h"
-#include "cli/shoot_input.h"
+#include "cli/options.h"
 #include "session/session_doc.h"
 #include "session/session_link.h"
 
@@ -34,32 +34,14 @@ Examples:
 )";
 
 int runJoin(std::span<const std::string> args, Io& io) {
-    std::vector<std::string> inputs;
-    std::optional<std::string> output;
+    const auto parsed = parseArgs(
+        args, {{{"o", "output"}, "a file name"}, liveOptions[0], liveOptions[1], liveOptions[2]},
+        "join", io.err);
     LiveDeskOptions options;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        std::optional<std::string> value;
-        const auto take = [&](std::string_view option) {
-            if (!isOption(arg, option))
-                return false;
-            value = optionValue(args, i, option, "join", io.err);
-            return true;
-        };
-        if (take("-o") || take("--output")) {
-            if (!value)
-                return Usage;
-            output = *value;
-        } else if (const auto live = takeLiveOption(args, i, "join", options, io)) {
-            if (!*live)
-                return Usage;
-        } else if (arg.starts_with("-") && arg.size() > 1) {
-            io.err << "korvalume join: unknown option '" << arg << "'\n";
-            return Usage;
-        } else {
-            inputs.push_back(arg);
-        }
-    }
+    if (!parsed || !readLiveOptions(*parsed, "join", options, io))
+        return Usage;
+    std::vector<std::string> inputs = parsed->positional();
+    const std::optional<std::string> output = parsed->value("o");
     if (inputs.empty()) {
         io.err << "korvalume join: expected a join link or a session log\n";
         return Usage;
@@ -102,12 +84,15 @@ int runJoin(std::span<const std::string> args, Io& io) {
     return Done;
 }
 
-const CommandRegistration registration{{
-    .name = "join",
-    .summary = "follow a live session from its join link or an unfinished log",
-    .help = joinHelp,
-    .run = runJoin,
-}};
-
 } // namespace
+
+Command joinCommand() {
+    return {
+        .name = "join",
+        .summary = "follow a live session from its join link or an unfinished log",
+        .help = joinHelp,
+        .run = runJoin,
+    };
+}
+
 } // namespace korvalume::cli

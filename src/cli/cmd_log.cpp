@@ -1,5 +1,6 @@
 // `korvalume log`: open and combine session logs as the desk does after a shoot.
 #include "cli/command.h"
+#include "cli/options.h"
 #include "cli/shoot_input.h"
 #include "session/atomic_file.h"
 #include "session/instant_text.h"
@@ -47,28 +48,10 @@ struct Options {
 };
 
 std::optional<Options> parseOptions(std::span<const std::string> args, std::ostream& err) {
-    Options options;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        if (arg == "--json") {
-            options.json = true;
-        } else if (arg == "-o" || arg == "--output") {
-            if (i + 1 >= args.size()) {
-                err << "korvalume log: " << arg << " needs a file name\n";
-                return std::nullopt;
-            }
-            options.output = args[++i];
-        } else if (arg == "--") {
-            options.files.insert(options.files.end(), args.begin() + std::ptrdiff_t(i) + 1,
-                                 args.end());
-            break;
-        } else if (arg.size() > 1 && arg[0] == '-') {
-            err << "korvalume log: unknown option '" << arg << "'\n";
-            return std::nullopt;
-        } else {
-            options.files.push_back(arg);
-        }
-    }
+    const auto parsed = parseArgs(args, {{{"json"}}, {{"o", "output"}, "a file name"}}, "log", err);
+    if (!parsed)
+        return std::nullopt;
+    Options options{parsed->positional(), parsed->isSet("json"), parsed->value("o")};
     if (options.files.empty()) {
         err << "korvalume log: no session log given (see 'korvalume log --help')\n";
         return std::nullopt;
@@ -174,13 +157,15 @@ int runLog(std::span<const std::string> args, Io& io) {
     return Done;
 }
 
-const CommandRegistration registration{{
-    "log",
-    "open and combine session logs; print, check or save the result",
-    helpText,
-    runLog,
-}};
-
 } // namespace
+
+Command logCommand() {
+    return {
+        .name = "log",
+        .summary = "open and combine session logs; print, check or save the result",
+        .help = helpText,
+        .run = runLog,
+    };
+}
 
 } // namespace korvalume::cli

@@ -1,5 +1,6 @@
 // `korvalume plan`: place every clip of the given card folders on the session's clock.
 #include "cli/command.h"
+#include "cli/options.h"
 #include "cli/shoot_input.h"
 #include "time/master_time.h"
 
@@ -54,32 +55,15 @@ struct Options {
 };
 
 std::optional<Options> parseOptions(std::span<const std::string> args, std::ostream& err) {
-    Options options;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        std::optional<std::string> folderText;
-        if (arg == "--json") {
-            options.json = true;
-        } else if (isOption(arg, "--folder")) {
-            folderText = optionValue(args, i, "--folder", "plan", err);
-            if (!folderText)
-                return std::nullopt;
-        } else if (arg == "--") {
-            options.logs.insert(options.logs.end(), args.begin() + std::ptrdiff_t(i) + 1,
-                                args.end());
-            break;
-        } else if (arg.size() > 1 && arg[0] == '-') {
-            err << "korvalume plan: unknown option '" << arg << "'\n";
+    const auto parsed = parseArgs(args, {{{"json"}}, {{"folder"}, "a value"}}, "plan", err);
+    if (!parsed)
+        return std::nullopt;
+    Options options{parsed->positional(), {}, parsed->isSet("json")};
+    for (const auto& text : parsed->values("folder")) {
+        auto folder = parseFolder(text, "plan", err);
+        if (!folder)
             return std::nullopt;
-        } else {
-            options.logs.push_back(arg);
-        }
-        if (folderText) {
-            auto folder = parseFolder(*folderText, "plan", err);
-            if (!folder)
-                return std::nullopt;
-            options.folders.push_back(std::move(*folder));
-        }
+        options.folders.push_back(std::move(*folder));
     }
     if (options.logs.empty()) {
         err << "korvalume plan: no session log given (see 'korvalume plan --help')\n";
@@ -182,12 +166,15 @@ int runPlan(std::span<const std::string> args, Io& io) {
     return Done;
 }
 
-const CommandRegistration registration{{
-    .name = "plan",
-    .summary = "place each camera's clips on the session's clock",
-    .help = planHelp,
-    .run = runPlan,
-}};
-
 } // namespace
+
+Command planCommand() {
+    return {
+        .name = "plan",
+        .summary = "place each camera's clips on the session's clock",
+        .help = planHelp,
+        .run = runPlan,
+    };
+}
+
 } // namespace korvalume::cli

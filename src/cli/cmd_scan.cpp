@@ -1,5 +1,6 @@
 // korvalume scan: reads a card folder the way the desk does and lists its clips.
 #include "cli/command.h"
+#include "cli/options.h"
 #include "cli/shoot_input.h"
 #include "media/clip_json.h"
 #include "media/date_text.h"
@@ -67,17 +68,11 @@ std::string describe(const ClipFile& clip) {
 }
 
 int runScan(std::span<const std::string> args, Io& io) {
-    bool json = false;
-    std::vector<std::string> folders;
-    for (const std::string& arg : args) {
-        if (arg == "--json")
-            json = true;
-        else if (arg.starts_with("-") && arg.size() > 1) {
-            io.err << "korvalume scan: unknown option '" << arg << "'\n";
-            return Usage;
-        } else
-            folders.push_back(arg);
-    }
+    const auto parsed = parseArgs(args, {{{"json"}}}, "scan", io.err);
+    if (!parsed)
+        return Usage;
+    const bool json = parsed->isSet("json");
+    const std::vector<std::string>& folders = parsed->positional();
     if (folders.size() != 1) {
         io.err << "korvalume scan: expected one folder (korvalume scan DIR [--json])\n";
         return Usage;
@@ -99,12 +94,15 @@ int runScan(std::span<const std::string> args, Io& io) {
     return Done;
 }
 
-const CommandRegistration registration{{
-    .name = "scan",
-    .summary = "list the clips of a card folder with their timing metadata",
-    .help = scanHelp,
-    .run = runScan,
-}};
-
 } // namespace
+
+Command scanCommand() {
+    return {
+        .name = "scan",
+        .summary = "list the clips of a card folder with their timing metadata",
+        .help = scanHelp,
+        .run = runScan,
+    };
+}
+
 } // namespace korvalume::cli

@@ -9,13 +9,10 @@
 
 namespace korvalume::cli {
 
-std::vector<Command>& commandRegistry() {
-    static std::vector<Command> commands;
-    return commands;
-}
-
-CommandRegistration::CommandRegistration(Command command) {
-    commandRegistry().push_back(std::move(command));
+const std::vector<Command>& commands() {
+    static const std::vector<Command> table{exportCommand(), hostCommand(), joinCommand(),
+                                            logCommand(),    planCommand(), scanCommand()};
+    return table;
 }
 
 namespace {
@@ -25,10 +22,7 @@ void printUsage(std::ostream& out) {
            "Korvalume Desk: combine a shoot's session logs, read the camera cards and\n"
            "write a Premiere Pro XML timeline with every clip in place.\n\n"
            "Commands:\n";
-    auto commands = commandRegistry();
-    std::sort(commands.begin(), commands.end(),
-              [](const Command& a, const Command& b) { return a.name < b.name; });
-    for (const auto& command : commands) {
+    for (const auto& command : commands()) {
         out << "  " << command.name;
         for (auto i = command.name.size(); i < 10; ++i)
             out << ' ';
@@ -60,10 +54,10 @@ int runCommandLine(std::span<const std::string> args, Io& io) {
         io.out << "korvalume " << KORVALUME_VERSION << '\n';
         return Done;
     }
-    const auto& commands = commandRegistry();
-    auto found = std::find_if(commands.begin(), commands.end(),
-                              [&](const Command& c) { return c.name == first; });
-    if (found == commands.end()) {
+    const auto& table = commands();
+    auto found =
+        std::find_if(table.begin(), table.end(), [&](const Command& c) { return c.name == first; });
+    if (found == table.end()) {
         io.err << "korvalume: unknown command '" << first << "'\n";
         printUsage(io.err);
         return Usage;

@@ -27,13 +27,16 @@ struct Command {
     std::function<int(std::span<const std::string> args, Io& io)> run;
 };
 
-// Every subcommand registers itself from its own source file, so adding one
-// touches nothing else.
-std::vector<Command>& commandRegistry();
+// Each subcommand, from its own source file.
+Command logCommand();
+Command scanCommand();
+Command planCommand();
+Command exportCommand();
+Command hostCommand();
+Command joinCommand();
 
-struct CommandRegistration {
-    explicit CommandRegistration(Command command);
-};
+// Every subcommand, in the order `korvalume --help` lists them.
+const std::vector<Command>& commands();
 
 // Runs `korvalume ARGS...` (ARGS without the program name).
 int runCommandLine(std::span<const std::string> args, Io& io);

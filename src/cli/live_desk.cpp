@@ -1,7 +1,5 @@
 #include "cli/live_desk.h"
 
-#include "cli/shoot_input.h"
-
 #include "live/master_clock.h"
 #include "live/peer_link.h"
 #include "platform/platform.h"
@@ -105,30 +103,21 @@ std::optional<std::chrono::milliseconds> parseSeconds(const std::string& text) {
 
 } // namespace
 
-std::optional<bool> takeLiveOption(std::span<const std::string> args, std::size_t& i,
-                                   std::string_view command, LiveDeskOptions& options, Io& io) {
-    const std::string& arg = args[i];
-    for (const std::string_view name : {"--sessions-dir", "--operator", "--for"}) {
-        if (!isOption(arg, name))
-            continue;
-        const auto value = optionValue(args, i, name, command, io.err);
-        if (!value)
+bool readLiveOptions(const ParsedArgs& parsed, std::string_view command, LiveDeskOptions& options,
+                     Io& io) {
+    if (const auto folder = parsed.value("sessions-dir"))
+        options.sessionsFolder = QString::fromStdString(*folder);
+    if (const auto name = parsed.value("operator"))
+        options.operatorName = QString::fromStdString(*name);
+    if (const auto seconds = parsed.value("for")) {
+        options.limit = parseSeconds(*seconds);
+        if (!options.limit) {
+            io.err << "korvalume " << command << ": --for takes a number of seconds, not '"
+                   << *seconds << "'\n";
             return false;
-        if (name == "--sessions-dir") {
-            options.sessionsFolder = QString::fromStdString(*value);
-        } else if (name == "--operator") {
-            options.operatorName = QString::fromStdString(*value);
-        } else {
-            options.limit = parseSeconds(*value);
-            if (!options.limit) {
-                io.err << "korvalume " << command << ": --for takes a number of seconds, not '"
-                       << *value << "'\n";
-                return false;
-            }
         }
-        return true;
     }
-    return std::nullopt;
+    return true;
 }
 
 std::string terminalQr(const QString& text) {

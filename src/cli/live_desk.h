@@ -3,6 +3,7 @@
 // What `host` and `join` share: a desk model without a window, on this machine's clock,
 // link and services, that runs until it is told to stop.
 #include "cli/command.h"
+#include "cli/options.h"
 #include "desk/desk_model.h"
 
 #include <QEventLoop>
@@ -25,11 +26,12 @@ struct LiveDeskOptions {
     std::optional<std::chrono::milliseconds> limit; // --for: how long to run
 };
 
-// Reads the options every live command takes (--sessions-dir, --operator, --for) at
-// args[i], advancing i past a value. Nothing when args[i] is none of them; otherwise
-// whether it was read (a problem has been reported on io.err).
-std::optional<bool> takeLiveOption(std::span<const std::string> args, std::size_t& i,
-                                   std::string_view command, LiveDeskOptions& options, Io& io);
+// The options every live command takes: --sessions-dir, --operator, --for.
+inline const OptionSpec liveOptions[] = {
+    {{"sessions-dir"}, "a folder"}, {{"operator"}, "a name"}, {{"for"}, "a number of seconds"}};
+// Takes them from what was parsed; false after saying what is wrong.
+bool readLiveOptions(const ParsedArgs& parsed, std::string_view command, LiveDeskOptions& options,
+                     Io& io);
 
 class LiveDesk {
 public:

@@ -7,24 +7,6 @@
 
 namespace korvalume::cli {
 
-bool isOption(const std::string& arg, std::string_view name) {
-    return arg == name ||
-           (arg.size() > name.size() && arg.starts_with(name) && arg[name.size()] == '=');
-}
-
-std::optional<std::string> optionValue(std::span<const std::string> args, std::size_t& i,
-                                       std::string_view name, std::string_view command,
-                                       std::ostream& err) {
-    const std::string& arg = args[i];
-    if (arg.size() > name.size() && arg.starts_with(name) && arg[name.size()] == '=')
-        return arg.substr(name.size() + 1);
-    if (i + 1 >= args.size()) {
-        err << "korvalume " << command << ": " << name << " needs a value\n";
-        return std::nullopt;
-    }
-    return args[++i];
-}
-
 std::optional<FolderArgument> parseFolder(const std::string& text, std::string_view command,
                                           std::ostream& err) {
     const auto equals = text.find('=');

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the commands share: option parsing, and the shoot path with its messages.
+// What the commands share: card folder arguments, and the shoot path with its messages.
 #include "cli/command.h"
 #include "media/clip_file.h"
 #include "session/log_opening.h"
@@ -14,13 +14,6 @@
 #include <vector>
 
 namespace korvalume::cli {
-
-// True for "NAME" and "NAME=VALUE".
-bool isOption(const std::string& arg, std::string_view name);
-// The value of "NAME VALUE" (advancing i) or "NAME=VALUE"; says what is missing otherwise.
-std::optional<std::string> optionValue(std::span<const std::string> args, std::size_t& i,
-                                       std::string_view name, std::string_view command,
-                                       std::ostream& err);
 
 using FolderArgument = Shoot::FolderChoice;
 std::optional<FolderArgument> parseFolder(const std::string& text, std::string_view command,
