@@ -8,6 +8,7 @@
 
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QProcess>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickStyle>
@@ -129,6 +130,14 @@ TEST_F(WindowTest, StartingASessionShowsTheLiveViewWaitingForCameras) {
         QTest::qWaitFor([&] { return text("waitingTitle") == "WAITING FOR CAMERAS"; }, waitMs))
         << text("waitingTitle").toStdString();
     EXPECT_EQ(text("endButton"), "END SESSION FOR EVERYONE");
+
+    // The join code on screen reads back as the session's link with an independent decoder.
+    const QString shot = QString::fromStdString(desk.dir.file("live.png"));
+    ASSERT_TRUE(window_->grabWindow().save(shot));
+    QProcess zbar;
+    zbar.start(QStringLiteral("zbarimg"), {"--raw", "-q", shot});
+    ASSERT_TRUE(zbar.waitForFinished(30'000));
+    EXPECT_EQ(QString::fromUtf8(zbar.readAllStandardOutput()).trimmed(), desk->joinLink());
 
     // Marking from the sidebar drops a marker in the log.
     click("markButton");

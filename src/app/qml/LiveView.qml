@@ -199,8 +199,8 @@ Item {
                     }
                     Rectangle {
                         Layout.alignment: Qt.AlignHCenter
-                        width: 176
-                        height: 176
+                        width: 232
+                        height: 232
                         color: "white"
                         QrCodeItem {
                             objectName: "joinCode"
