@@ -3,6 +3,7 @@
 #include "live/sntp.h"
 #include "session/uuid.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QMetaEnum>
 #include <QSettings>
@@ -78,7 +79,8 @@ MasterClock::MasterClock(QObject* parent) : MasterClock(Options{}, parent) {}
 MasterClock::~MasterClock() = default;
 
 MasterClock& MasterClock::shared() {
-    static MasterClock* clock = new MasterClock;
+    // Owned by the application object, so that it goes with it.
+    static MasterClock* clock = new MasterClock(QCoreApplication::instance());
     return *clock;
 }
 

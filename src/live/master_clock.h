@@ -59,7 +59,8 @@ public:
     explicit MasterClock(Options options, QObject* parent = nullptr);
     ~MasterClock() override;
 
-    // The application's one clock, made on first use with the default options.
+    // The application's one clock, made on first use with the default options; it lives
+    // as long as the application object.
     static MasterClock& shared();
 
     double offset() const { return offset_; }

@@ -98,7 +98,9 @@ void exchange(const Server& server, const ExchangeOptions& options, QObject* con
         bool finished = false;
         double t1 = 0;
     };
+    // Owned by the context too, so that an exchange still under way goes with it.
     auto* run = new Exchange;
+    run->setParent(context);
     QPointer<QObject> owner(context);
     const auto wallClock = options.wallClock ? options.wallClock : systemWallClock;
     const auto finish = [run, owner, done = std::move(done)](const Outcome& outcome) {
