@@ -10,8 +10,9 @@
 namespace korvalume::cli {
 
 const std::vector<Command>& commands() {
-    static const std::vector<Command> table{exportCommand(), hostCommand(), joinCommand(),
-                                            logCommand(),    planCommand(), scanCommand()};
+    static const std::vector<Command> table{clockCommand(), exportCommand(), hostCommand(),
+                                            joinCommand(),  logCommand(),    planCommand(),
+                                            scanCommand()};
     return table;
 }
 

@@ -28,6 +28,7 @@ struct Command {
 };
 
 // Each subcommand, from its own source file.
+Command clockCommand();
 Command logCommand();
 Command scanCommand();
 Command planCommand();

@@ -4,7 +4,6 @@
 #include "session/uuid.h"
 
 #include <QCoreApplication>
-#include <QDateTime>
 #include <QMetaEnum>
 #include <QSettings>
 #include <QTimer>
@@ -15,7 +14,7 @@ namespace korvalume {
 
 namespace {
 
-constexpr int samplesPerCheck = 4;
+constexpr std::size_t samplesPerCheck = 4;
 
 const char* sourceName(MasterClock::Source source) {
     return QMetaEnum::fromType<MasterClock::Source>().valueToKey(int(source));
@@ -42,14 +41,17 @@ std::optional<double> storedDouble(const QVariant& value) {
 struct MasterClock::Check {
     QString session;
     bool firstTry = false;
-    int taken = 0;
-    std::optional<Sample> best;
+    std::vector<std::optional<Sample>> samples;
 };
 
 MasterClock::MasterClock(Options options, QObject* parent)
     : QObject(parent), options_(std::move(options)) {
     if (!options_.wallClock)
-        options_.wallClock = [] { return double(QDateTime::currentMSecsSinceEpoch()) / 1000.0; };
+        options_.wallClock = [] {
+            return std::chrono::duration<double>(
+                       std::chrono::system_clock::now().time_since_epoch())
+                .count();
+        };
     if (!options_.monotonic) {
         options_.monotonic = [] {
             return std::chrono::duration<double>(
@@ -65,10 +67,8 @@ MasterClock::MasterClock(Options options, QObject* parent)
         options_.sampler = [this, timeout, wallClock](QObject* context, SampleDone done) {
             Sntp::exchange(Sntp::configuredServer(settings()), {timeout, wallClock}, context,
                            [done = std::move(done)](const Sntp::Outcome& outcome) {
-                               if (const auto* sample = std::get_if<Sntp::Sample>(&outcome))
-                                   done(Sample{sample->offset, sample->delay});
-                               else
-                                   done(std::nullopt);
+                               const auto* sample = std::get_if<Sntp::Sample>(&outcome);
+                               done(sample ? std::optional(*sample) : std::nullopt);
                            });
         };
     }
@@ -141,10 +141,8 @@ void MasterClock::checkServer(bool firstTry) {
 void MasterClock::takeSample(const std::shared_ptr<Check>& check) {
     // Samples are taken one after another; the check ends after the fourth.
     options_.sampler(this, [this, check](std::optional<Sample> sample) {
-        ++check->taken;
-        if (sample && (!check->best || sample->delay < check->best->delay))
-            check->best = sample;
-        if (check->taken < samplesPerCheck)
+        check->samples.push_back(sample);
+        if (check->samples.size() < samplesPerCheck)
             takeSample(check);
         else
             apply(*check);
@@ -154,8 +152,8 @@ void MasterClock::takeSample(const std::shared_ptr<Check>& check) {
 void MasterClock::apply(const Check& check) {
     if (check.session != session_ || source_ == Source::master)
         return;
-    if (check.best) {
-        setOffset(check.best->offset);
+    if (const auto best = Sntp::best(check.samples)) {
+        setOffset(best->offset);
         setSource(Source::server);
         save();
         return;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "live/sntp.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -33,10 +35,7 @@ public:
     Q_ENUM(Source)
 
     // One sample from the time server: an offset and a delay, or nothing.
-    struct Sample {
-        double offset = 0;
-        double delay = 0;
-    };
+    using Sample = Sntp::Sample;
     using SampleDone = std::function<void(std::optional<Sample>)>;
     // Takes one sample and calls back exactly once, on this thread.
     using Sampler = std::function<void(QObject* context, SampleDone done)>;

@@ -1,11 +1,11 @@
 #include "live/sntp.h"
 
-#include <QDateTime>
 #include <QPointer>
 #include <QSettings>
 #include <QTimer>
 #include <QUdpSocket>
 
+#include <chrono>
 #include <memory>
 
 namespace korvalume::Sntp {
@@ -25,8 +25,10 @@ double timestamp(std::span<const std::uint8_t> bytes, std::size_t at) {
            double(bigEndian32(bytes, at + 4)) * 2.3283064365386963e-10;
 }
 
+// Microseconds matter: on a local network the round trip is well under a millisecond.
 double systemWallClock() {
-    return double(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
+    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
 }
 
 } // namespace
@@ -59,6 +61,15 @@ Outcome readReply(std::span<const std::uint8_t> reply, double t1, double t4) {
     const double t2 = timestamp(reply, 32);
     const double t3 = timestamp(reply, 40);
     return Sample{((t2 - t1) + (t3 - t4)) / 2, (t4 - t1) - (t3 - t2)};
+}
+
+std::optional<Sample> best(std::span<const std::optional<Sample>> samples) {
+    std::optional<Sample> chosen;
+    for (const auto& sample : samples) {
+        if (sample && (!chosen || sample->delay < chosen->delay))
+            chosen = sample;
+    }
+    return chosen;
 }
 
 std::optional<Server> Server::parse(const QString& text) {
@@ -114,6 +125,7 @@ void exchange(const Server& server, const ExchangeOptions& options, QObject* con
             done(outcome);
     };
     run->timer.setSingleShot(true);
+    run->timer.setTimerType(Qt::PreciseTimer);
     QObject::connect(&run->timer, &QTimer::timeout, run, [finish] { finish(Failure::timeout); });
     QObject::connect(&run->socket, &QUdpSocket::errorOccurred, run,
                      [finish] { finish(Failure::unreachable); });

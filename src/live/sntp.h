@@ -42,6 +42,10 @@ std::array<std::uint8_t, packetSize> request();
 // Reads a reply that left at `t1` and arrived at `t4` (seconds since the Unix epoch).
 Outcome readReply(std::span<const std::uint8_t> reply, double t1, double t4);
 
+// Of several samples the one with the smallest delay, the earlier on a tie; nothing when
+// none gave a sample.
+std::optional<Sample> best(std::span<const std::optional<Sample>> samples);
+
 // "host[:port]", port 123 when left out.
 struct Server {
     QString host;

@@ -1,0 +1,140 @@
+// korvalume clock: one check against the time server, as the master clock makes it.
+#include "cli/command.h"
+#include "cli/options.h"
+#include "live/sntp.h"
+
+#include <QEventLoop>
+#include <QSettings>
+#include <QString>
+
+#include <cstdio>
+#include <ostream>
+#include <vector>
+
+namespace korvalume::cli {
+namespace {
+
+constexpr std::string_view clockHelp =
+    R"(Usage: korvalume clock [--server HOST[:PORT]] [--json]
+
+Checks the time server the way the desk's master clock does when a live session
+starts: four SNTP samples, one after another, each given 2 seconds. Prints each
+sample's offset and round-trip delay, or why it gave nothing (timeout, short
+reply, stratum 0, unreachable), then the offset the clock would take: that of
+the sample with the smallest delay. Run it before the shoot to check that this
+laptop reaches the time server.
+
+The server is --server, else the setting "clock.server", else the environment
+variable KORVALUME_TIME_SERVER, else pool.ntp.org; the port is 123 unless given.
+
+Options:
+  --server HOST[:PORT]  the time server to ask
+  --json                print {"server": "HOST:PORT", "samples": [{"offset": s,
+                        "delay": s} or {"error": "..."}], "offset": s or null}
+
+Examples:
+  korvalume clock
+  korvalume clock --server time.example.org:123 --json
+
+Exit codes: 0 at least one sample, 1 none, 2 usage error.
+)";
+
+constexpr int samplesPerCheck = 4;
+
+std::string seconds(double value, bool sign) {
+    char text[40];
+    std::snprintf(text, sizeof text, sign ? "%+.6f" : "%.6f", value);
+    return text;
+}
+
+// Shortest text that reads back as the same double, for JSON.
+std::string number(double value) {
+    return QString::number(value, 'g', 17).toStdString();
+}
+
+int runClock(std::span<const std::string> args, Io& io) {
+    const auto parsed = parseArgs(args, {{{"server"}, "a host name"}, {{"json"}}}, "clock", io.err);
+    if (!parsed)
+        return Usage;
+    if (!parsed->positional().empty()) {
+        io.err << "korvalume clock: unknown argument '" << parsed->positional().front() << "'\n";
+        return Usage;
+    }
+    std::optional<Sntp::Server> server;
+    if (const auto text = parsed->value("server")) {
+        server = Sntp::Server::parse(QString::fromStdString(*text));
+        if (!server) {
+            io.err << "korvalume clock: --server takes HOST[:PORT], not '" << *text << "'\n";
+            return Usage;
+        }
+    } else {
+        server = Sntp::configuredServer(QSettings());
+    }
+
+    // One after another, as the clock takes them.
+    std::vector<Sntp::Outcome> outcomes;
+    QEventLoop loop;
+    QObject context;
+    std::function<void()> next = [&] {
+        Sntp::exchange(*server, {}, &context, [&](const Sntp::Outcome& outcome) {
+            outcomes.push_back(outcome);
+            if (outcomes.size() < samplesPerCheck)
+                next();
+            else
+                loop.quit();
+        });
+    };
+    next();
+    loop.exec();
+
+    std::vector<std::optional<Sntp::Sample>> samples;
+    for (const auto& outcome : outcomes) {
+        const auto* sample = std::get_if<Sntp::Sample>(&outcome);
+        samples.push_back(sample ? std::optional(*sample) : std::nullopt);
+    }
+    const auto best = Sntp::best(samples);
+    const std::string where = server->text().toStdString();
+
+    if (parsed->isSet("json")) {
+        io.out << "{\"server\": \"" << where << "\", \"samples\": [";
+        for (std::size_t i = 0; i < outcomes.size(); ++i) {
+            io.out << (i ? ", " : "");
+            if (const auto* sample = std::get_if<Sntp::Sample>(&outcomes[i]))
+                io.out << "{\"offset\": " << number(sample->offset)
+                       << ", \"delay\": " << number(sample->delay) << "}";
+            else
+                io.out << "{\"error\": \"" << Sntp::describe(std::get<Sntp::Failure>(outcomes[i]))
+                       << "\"}";
+        }
+        io.out << "], \"offset\": " << (best ? number(best->offset) : "null") << "}\n";
+    } else {
+        io.out << "Time server: " << where << '\n';
+        for (std::size_t i = 0; i < outcomes.size(); ++i) {
+            io.out << "  sample " << i + 1 << ": ";
+            if (const auto* sample = std::get_if<Sntp::Sample>(&outcomes[i]))
+                io.out << "offset " << seconds(sample->offset, true) << " s, delay "
+                       << seconds(sample->delay, false) << " s\n";
+            else
+                io.out << Sntp::describe(std::get<Sntp::Failure>(outcomes[i])) << '\n';
+        }
+        if (best)
+            io.out << "The clock would take an offset of " << seconds(best->offset, true)
+                   << " s.\n";
+        else
+            io.out << "No sample: the clock would keep its own time.\n";
+    }
+    return best ? Done : InputProblem;
+}
+
+} // namespace
+
+Command clockCommand() {
+    return {
+        .name = "clock",
+        .summary = "check the time server as the master clock does",
+        .help = clockHelp,
+        .run = runClock,
+    };
+}
+
+} // namespace korvalume::cli
