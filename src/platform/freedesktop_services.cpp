@@ -97,9 +97,11 @@ std::unique_ptr<AwakeHold> FreedesktopServices::keepAwake(const QString& reason)
 void FreedesktopServices::showInFileBrowser(const QString& filePath) {
     const QFileInfo file(filePath);
     const QDBusMessage shown = session_.call(
-        call("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
-             "org.freedesktop.FileManager1", "ShowItems",
-             {QStringList{QUrl::fromLocalFile(file.absoluteFilePath()).toString()}, QString()}),
+        call(
+            "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
+            "org.freedesktop.FileManager1", "ShowItems",
+            {QStringList{QUrl::fromLocalFile(file.absoluteFilePath()).toString(QUrl::FullyEncoded)},
+             QString()}),
         QDBus::Block, replyTimeoutMs);
     if (shown.type() != QDBusMessage::ReplyMessage)
         QDesktopServices::openUrl(QUrl::fromLocalFile(file.absolutePath()));
