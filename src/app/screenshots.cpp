@@ -35,8 +35,9 @@ struct Inputs {
     QString cards;
 };
 
+// `prepare` runs once the window is laid out; the picture is taken `settleMs` later.
 bool render(const Inputs& inputs, const QString& name, DeskModel& model, double fixedNow,
-            const std::function<void(QObject& window)>& prepare = {}) {
+            const std::function<void(QObject& window)>& prepare = {}, int settleMs = 400) {
     QQmlApplicationEngine engine;
     engine.setInitialProperties(
         {{"model", QVariant::fromValue(&model)}, {"fixedNow", fixedNow}, {"hasFixedNow", true}});
@@ -45,9 +46,10 @@ bool render(const Inputs& inputs, const QString& name, DeskModel& model, double 
         return false;
     auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().constFirst());
     window->resize(1440, 900);
+    QTest::qWait(400);
     if (prepare)
         prepare(*window);
-    QTest::qWait(400);
+    QTest::qWait(settleMs);
     const QString path = QDir(inputs.out).filePath(name + ".png");
     const bool saved = window->grabWindow().save(path);
     std::printf("%s %s\n", saved ? "wrote" : "could not write", qPrintable(path));
@@ -139,10 +141,14 @@ int main(int argc, char* argv[]) {
         openExample(model, inputs, scratch.filePath("Harbour Walk.korvalume"));
         model.dismissImportReport();
         ok &= render(inputs, "2-session", model, now);
-        ok &= render(inputs, "3-reading-a-folder", model, now, [&](QObject&) {
-            const auto camera = model.doc()->activeCameras().front();
-            model.setFolder(camera.id, model.folders().at(camera.id));
-        });
+        // Taken before the read can end.
+        ok &= render(
+            inputs, "3-reading-a-folder", model, now,
+            [&](QObject&) {
+                const auto camera = model.doc()->activeCameras().front();
+                model.setFolder(camera.id, model.folders().at(camera.id));
+            },
+            0);
         (void)QTest::qWaitFor([&] { return model.readingIDs().isEmpty(); }, waitMs);
     }
     {
