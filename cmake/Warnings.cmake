@@ -2,7 +2,7 @@
 add_library(korvalume_options INTERFACE)
 target_compile_options(korvalume_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow
     -Wnon-virtual-dtor -Woverloaded-virtual
-    -Wimplicit-fallthrough)
+    -Wimplicit-fallthrough -Wconversion -Wsign-conversion)
 if(KORVALUME_WERROR)
     target_compile_options(korvalume_options INTERFACE -Werror)
 endif()

@@ -17,7 +17,7 @@ Uuid numbered(unsigned n, std::uint8_t group) {
     Uuid id = *Uuid::parse("3F2A9C1D-5B6E-4F70-8A9B-000000000000");
     id.bytes[8] = group;
     for (int i = 0; i < 4; ++i)
-        id.bytes[15 - i] = std::uint8_t(n >> (8 * i));
+        id.bytes[std::size_t(15 - i)] = std::uint8_t(n >> (8 * i));
     return id;
 }
 

@@ -72,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
             marker.label = data.ConsumeRandomLengthString(16);
         doc.events.push_back(marker);
     }
-    std::vector<CameraPlan> plans(data.ConsumeIntegralInRange(0, 4));
+    std::vector<CameraPlan> plans(data.ConsumeIntegralInRange<std::size_t>(0, 4));
     std::vector<ClipFile> files;
     for (auto& plan : plans) {
         for (int c = data.ConsumeIntegralInRange(0, 24); c > 0 && data.remaining_bytes() > 0; --c) {

@@ -35,8 +35,8 @@ int readPacket(void* opaque, std::uint8_t* buffer, int size) {
     auto& io = *static_cast<IoState*>(opaque);
     if (size <= 0)
         return AVERROR(EINVAL);
-    const auto got =
-        io.source.readAt(io.position, std::span(reinterpret_cast<std::byte*>(buffer), size));
+    const auto got = io.source.readAt(
+        io.position, std::span(reinterpret_cast<std::byte*>(buffer), std::size_t(size)));
     if (!got)
         return AVERROR(EIO);
     if (*got == 0)

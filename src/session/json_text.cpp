@@ -345,7 +345,7 @@ void JsonReader::readStringBody(std::string& out) {
                     syntaxError("short \\u escape");
                 std::uint32_t value = 0;
                 for (int k = 0; k < 4; ++k) {
-                    const int digit = hexValue(text_[pos_ + k]);
+                    const int digit = hexValue(text_[pos_ + std::size_t(k)]);
                     if (digit < 0)
                         syntaxError("bad \\u escape");
                     value = value << 4 | std::uint32_t(digit);

@@ -38,7 +38,7 @@ template <> struct std::hash<korvalume::Uuid> {
     std::size_t operator()(const korvalume::Uuid& uuid) const noexcept {
         std::uint64_t high = 0;
         std::uint64_t low = 0;
-        for (int i = 0; i < 8; ++i) {
+        for (std::size_t i = 0; i < 8; ++i) {
             high = high << 8 | uuid.bytes[i];
             low = low << 8 | uuid.bytes[i + 8];
         }

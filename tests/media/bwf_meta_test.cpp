@@ -141,7 +141,7 @@ TEST(BWFMeta, RefusesWhatIsNoUsableWave) {
     };
     for (std::size_t i = 0; i < std::size(refused); ++i)
         EXPECT_FALSE(readBytes(refused[i])) << "case " << i;
-    for (std::size_t keep : {0, 11, 12, 20, 30})
+    for (std::size_t keep : {0u, 11u, 12u, 20u, 30u})
         EXPECT_FALSE(readBytes(cut(whole, keep))) << "cut at " << keep;
 }
 

@@ -12,7 +12,7 @@ namespace korvalume::testing {
 inline Uuid uuidNumber(unsigned n) {
     Uuid id;
     for (int i = 0; i < 4; ++i)
-        id.bytes[15 - i] = std::uint8_t(n >> (8 * i));
+        id.bytes[std::size_t(15 - i)] = std::uint8_t(n >> (8 * i));
     id.bytes[0] = 0xAB;
     return id;
 }

@@ -83,7 +83,7 @@ TEST(Align, IsACheapestAlignmentOnRandomShoots) {
         return std::uniform_int_distribution<int>(lo * 4, hi * 4)(random) / 4.0;
     };
     for (int round = 0; round < 3000; ++round) {
-        std::vector<double> logged(std::uniform_int_distribution<int>(0, 6)(random));
+        std::vector<double> logged(std::uniform_int_distribution<std::size_t>(0, 6)(random));
         for (auto& duration : logged)
             duration = quarter(1, 120);
         std::vector<double> files;
