@@ -1,8 +1,8 @@
 // `korvalume log`: open and combine session logs as the desk does after a shoot.
+#include "base/atomic_file.h"
 #include "cli/command.h"
 #include "cli/options.h"
 #include "cli/shoot_input.h"
-#include "session/atomic_file.h"
 #include "session/instant_text.h"
 #include "session/json_text.h"
 #include "session/log_opening.h"

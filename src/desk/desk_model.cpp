@@ -1,12 +1,13 @@
 #include "desk/desk_model.h"
 
+#include "base/atomic_file.h"
+#include "base/programming_error.h"
 #include "desk/camera_list_model.h"
 #include "desk/desk_rules.h"
 #include "export/premiere_xml.h"
 #include "live/master_clock.h"
 #include "live/peer_link.h"
 #include "platform/system_services.h"
-#include "session/atomic_file.h"
 #include "session/log_opening.h"
 #include "session/session_link.h"
 #include "sync/shoot.h"
@@ -57,7 +58,8 @@ double machineNow() {
 DeskModel::DeskModel(const Services& services, QObject* parent)
     : QObject(parent), state_(std::make_unique<State>()), services_(services), radios_(true),
       cameras_(new CameraListModel(*this, this)) {
-    Q_ASSERT(services_.clock && services_.peers && services_.system);
+    if (!services_.clock || !services_.peers || !services_.system)
+        programmingError("a desk model needs a clock, a link and the system's services");
     QPointer<DeskModel> self(this);
     services_.peers->setOnReceive([self](const SessionDoc& doc, const QString& from) {
         if (self)

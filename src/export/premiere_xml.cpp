@@ -1,7 +1,7 @@
 #include "export/premiere_xml.h"
 
+#include "base/atomic_file.h"
 #include "export/lanes.h"
-#include "session/atomic_file.h"
 #include "time/master_time.h"
 #include "time/timecode.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/result.h"
 #include "session/logged_clip.h"
-#include "session/result.h"
 #include "session/uuid.h"
 #include "time/frame_rate.h"
 

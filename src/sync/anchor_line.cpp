@@ -1,5 +1,7 @@
 #include "sync/anchor_line.h"
 
+#include "base/programming_error.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -86,8 +88,7 @@ double AnchorLine::wrapNear(double result, double reference) const {
 
 double AnchorLine::place(double t, bool consistent, std::optional<double> created) const {
     if (given_.empty()) {
-        std::fprintf(stderr, "korvalume: a clip was placed without anchors\n");
-        std::abort();
+        programmingError("a clip was placed without anchors");
     }
     double offset = 0;
     double reference = 0;

@@ -1,5 +1,7 @@
 #include "time/master_time.h"
 
+#include "base/programming_error.h"
+
 #include <QDateTime>
 
 #include <algorithm>
@@ -30,8 +32,7 @@ Timecode timeOfDay(double t, const FrameRate& rate, const QTimeZone& zone) {
     const double s = secondsOfDay(t, zone);
     const std::int64_t base = rate.tcBase();
     if (!std::isfinite(s) || base < 1) {
-        std::fprintf(stderr, "korvalume: timeOfDay needs a finite instant and a positive base\n");
-        std::abort();
+        programmingError("timeOfDay needs a finite instant and a positive base");
     }
     const auto whole = static_cast<std::int64_t>(s);
     const double part = (s - double(whole)) * double(base);
@@ -51,8 +52,7 @@ double instant(double secondsOfDayValue, double near, const QTimeZone& zone) {
 
 std::string clock(double duration) {
     if (std::isinf(duration) && duration > 0) {
-        std::fprintf(stderr, "korvalume: clock of an infinite duration\n");
-        std::abort();
+        programmingError("clock of an infinite duration");
     }
     const double clamped = (std::isnan(duration) || duration < 0) ? 0 : duration;
     const auto s = static_cast<long long>(std::min(clamped, 9.0e18));

@@ -1,5 +1,7 @@
 #include "time/timecode.h"
 
+#include "base/programming_error.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -12,8 +14,7 @@ namespace korvalume {
 namespace {
 
 [[noreturn]] void rangeError(const char* what) {
-    std::fprintf(stderr, "korvalume: timecode arithmetic out of range: %s\n", what);
-    std::abort();
+    programmingError(std::string("timecode arithmetic out of range: ") + what);
 }
 
 // Strict integer: optional sign, then decimal digits only.

@@ -3,8 +3,8 @@
 #include "live/peer_test_support.h"
 #include "session/session_builders.h"
 
+#include "base/atomic_file.h"
 #include "desk/camera_list_model.h"
-#include "session/atomic_file.h"
 #include "sync/placed_clip.h"
 
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "session/atomic_file.h"
+#include "base/atomic_file.h"
 #include "session/log_opening.h"
 #include "session_builders.h"
 
@@ -74,20 +74,4 @@ TEST_F(LogOpening, CombinesLogsOfTheSessionAndLeavesOthersOut) {
 
     const auto nothing = openLogs(std::vector{write("x.korvalume", "{")});
     EXPECT_FALSE(nothing.doc || nothing.report || nothing.logCount);
-}
-
-TEST_F(LogOpening, WritesAtomicallyAndNamesTheFileOnFailure) {
-    write("saved.korvalume", "first");
-    write("saved.korvalume", "second, longer");
-    QFile saved(QString::fromStdString(path("saved.korvalume")));
-    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
-    EXPECT_EQ(saved.readAll().toStdString(), "second, longer");
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"saved.korvalume"});
-
-    const std::string nowhere = path("no-such-folder/saved.korvalume");
-    const auto failed = writeFileAtomically(nowhere, "x");
-    ASSERT_FALSE(failed);
-    EXPECT_EQ(failed.error().rfind(nowhere + ": ", 0), 0u) << failed.error();
-    QDir(dir.path()).mkdir("taken.korvalume");
-    EXPECT_FALSE(writeFileAtomically(path("taken.korvalume"), "x"));
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "session/result.h"
+#include "base/result.h"
 
 #include <string>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "session/atomic_file.h"
+#include "base/atomic_file.h"
 
 #include <QFileInfo>
 #include <QSaveFile>
