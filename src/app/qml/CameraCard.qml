@@ -79,27 +79,32 @@ Rectangle {
         }
         Repeater {
             model: card.card.clips || []
-            delegate: RowLayout {
+            // The clip and its method on one line; why it was not placed below it, whole.
+            delegate: ColumnLayout {
                 required property var modelData
                 Layout.fillWidth: true
-                spacing: 8
-                Text {
+                spacing: 2
+                RowLayout {
                     Layout.fillWidth: true
-                    text: modelData.name
-                    elide: Text.ElideMiddle
-                    font: Kit.mono(10)
-                    color: Kit.ink
-                }
-                Text {
-                    text: modelData.method
-                    font: Kit.mono(9, Font.Bold)
-                    color: modelData.placed ? Kit.ink : Kit.recRed
+                    spacing: 8
+                    Text {
+                        Layout.fillWidth: true
+                        text: modelData.name
+                        elide: Text.ElideMiddle
+                        font: Kit.mono(10)
+                        color: Kit.ink
+                    }
+                    Text {
+                        text: modelData.method
+                        font: Kit.mono(9, Font.Bold)
+                        color: modelData.placed ? Kit.ink : Kit.recRed
+                    }
                 }
                 Text {
                     visible: modelData.note.length > 0
-                    Layout.maximumWidth: 200
+                    Layout.fillWidth: true
                     text: modelData.note
-                    elide: Text.ElideRight
+                    wrapMode: Text.WordWrap
                     font: Kit.mono(9)
                     color: Kit.recRed
                 }
