@@ -1,4 +1,4 @@
-#include "sync/sync_map.h"
+#include "sync/align.h"
 
 #include <gtest/gtest.h>
 
