@@ -17,11 +17,14 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QFutureWatcher>
+#include <QMetaMethod>
 #include <QStandardPaths>
+#include <QTimer>
 #include <QVariantMap>
 #include <QtConcurrent>
 
 #include <algorithm>
+#include <utility>
 
 namespace korvalume {
 
@@ -496,22 +499,39 @@ void DeskModel::receive(const SessionDoc& incoming, const QString& from) {
         return;
     const SessionDoc& current = *state_->doc;
     const bool covered = current.covers(incoming);
-    const auto lines = current.report(incoming);
+    // The report is for whoever listens (the command line); it is not cheap on a long log.
+    const bool reported = isSignalConnected(QMetaMethod::fromSignal(&DeskModel::received));
+    const auto lines = reported ? current.report(incoming) : std::vector<std::string>{};
     SessionDoc merged = current;
     merged.mergeLive(incoming);
     const bool ended = merged.endedForAll && merged.finish(services_.deviceID.toStdString(), now(),
                                                            FinishScope::thisDevice);
-    if (merged != *state_->doc) {
+    const bool changed = merged != *state_->doc;
+    if (changed) {
         setDoc(merged);
-        autosave();
         replan();
     }
-    emit received(from, toQStringList(lines));
+    if (reported)
+        emit received(from, toQStringList(lines));
     if (ended) {
+        autosave();
         stopLive();
         broadcast();
-    } else if (!covered) {
-        broadcast();
+        return;
+    }
+    // Logs arrive in bursts when many peers link at once: what one pass of the event loop
+    // brings in is saved once and sent on once, as the newest log.
+    saveSoon_ = saveSoon_ || changed;
+    sendSoon_ = sendSoon_ || !covered;
+    if ((saveSoon_ || sendSoon_) && !flushPending_) {
+        flushPending_ = true;
+        QTimer::singleShot(0, this, [this] {
+            flushPending_ = false;
+            if (std::exchange(saveSoon_, false))
+                autosave();
+            if (std::exchange(sendSoon_, false))
+                broadcast();
+        });
     }
 }
 

@@ -207,6 +207,10 @@ private:
     QUrl savedTo_;
     bool isLive_ = false;
     std::unique_ptr<AwakeHold> awake_;
+    // What received logs still ask for, done once per pass of the event loop.
+    bool saveSoon_ = false;
+    bool sendSoon_ = false;
+    bool flushPending_ = false;
     CameraListModel* cameras_ = nullptr;
 };
 
