@@ -5,6 +5,7 @@
 #include "time/master_time.h"
 #include "time/timecode.h"
 
+#include <QByteArray>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -96,23 +97,12 @@ void appendRate(std::string& out, const FrameRate& rate) {
 }
 
 void appendPathURL(std::string& out, std::string_view path) {
-    static constexpr char hex[] = "0123456789ABCDEF";
-    // The URL path set of a file URL, less "&", which XML text cannot hold bare.
-    const auto keep = [](unsigned char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-               std::string_view("-._~!$'()*+,;=:@/").find(char(c)) != std::string_view::npos;
-    };
+    // Unreserved bytes stay, and the rest of the URL path set less "&", which XML text
+    // cannot hold bare.
     out += "file://localhost";
-    for (const char c : path) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (keep(byte)) {
-            out += c;
-        } else {
-            out += '%';
-            out += hex[byte >> 4];
-            out += hex[byte & 0xF];
-        }
-    }
+    out += QByteArray(path.data(), qsizetype(path.size()))
+               .toPercentEncoding("!$'()*+,;=:@/")
+               .toStdString();
 }
 
 void appendPathURLOf(std::string& out, std::string_view path) {

@@ -3,6 +3,7 @@
 #include "session/json_text.h"
 #include "time/time_json.h"
 
+#include <QByteArray>
 #include <QString>
 #include <QUrl>
 
@@ -14,86 +15,32 @@ namespace korvalume {
 
 namespace {
 
-constexpr char base64Alphabet[] =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::int64_t linkVersion = 2;
 // A join link is a few hundred bytes; anything far larger is not one.
 constexpr std::size_t longestPayload = 64 * 1024;
 
 std::string base64UrlWithoutPadding(std::string_view bytes) {
-    std::string out;
-    out.reserve((bytes.size() + 2) / 3 * 4);
-    std::uint32_t buffer = 0;
-    int bits = 0;
-    for (const char c : bytes) {
-        buffer = buffer << 8 | static_cast<unsigned char>(c);
-        bits += 8;
-        while (bits >= 6) {
-            bits -= 6;
-            out += base64Alphabet[(buffer >> bits) & 0x3F];
-        }
-    }
-    if (bits > 0)
-        out += base64Alphabet[(buffer << (6 - bits)) & 0x3F];
-    for (char& c : out) {
-        if (c == '+')
-            c = '-';
-        else if (c == '/')
-            c = '_';
-    }
-    return out;
+    return QByteArray(bytes.data(), qsizetype(bytes.size()))
+        .toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals)
+        .toStdString();
 }
 
-int base64Value(char c) {
-    if (c >= 'A' && c <= 'Z')
-        return c - 'A';
-    if (c >= 'a' && c <= 'z')
-        return c - 'a' + 26;
-    if (c >= '0' && c <= '9')
-        return c - '0' + 52;
-    if (c == '+')
-        return 62;
-    if (c == '/')
-        return 63;
-    return -1;
-}
-
-// Undoes the URL-safe alphabet, pads with "=" to a multiple of 4 and decodes
-// strict standard base64.
+// Either alphabet, padded or not: links pass through chat apps that rewrite them.
 std::optional<std::string> decodeBase64Url(std::string_view payload) {
     if (payload.size() > longestPayload)
         return std::nullopt;
-    std::string text(payload);
-    for (char& c : text) {
-        if (c == '-')
-            c = '+';
-        else if (c == '_')
-            c = '/';
-    }
+    QByteArray text(payload.data(), qsizetype(payload.size()));
+    text.replace('+', '-').replace('/', '_');
+    // A lone character after the last whole group of four cannot encode a byte.
+    if (text.size() % 4 == 1)
+        return std::nullopt;
     while (text.size() % 4 != 0)
         text += '=';
-    std::size_t padding = 0;
-    while (padding < 2 && padding < text.size() && text[text.size() - 1 - padding] == '=')
-        ++padding;
-    std::string out;
-    out.reserve(text.size() / 4 * 3);
-    std::uint32_t buffer = 0;
-    int bits = 0;
-    for (std::size_t i = 0; i < text.size() - padding; ++i) {
-        const int value = base64Value(text[i]);
-        if (value < 0)
-            return std::nullopt;
-        buffer = buffer << 6 | std::uint32_t(value);
-        bits += 6;
-        if (bits >= 8) {
-            bits -= 8;
-            out += char((buffer >> bits) & 0xFF);
-        }
-    }
-    // One character alone can't end a group ("A===" is not base64).
-    if ((text.size() - padding) % 4 == 1)
+    const auto decoded = QByteArray::fromBase64Encoding(
+        text, QByteArray::Base64UrlEncoding | QByteArray::AbortOnBase64DecodingErrors);
+    if (decoded.decodingStatus != QByteArray::Base64DecodingStatus::Ok)
         return std::nullopt;
-    return out;
+    return decoded.decoded.toStdString();
 }
 
 // The JSON of a link is small and untrusted: refuse deep nesting before

@@ -1,48 +1,33 @@
 #include "session/uuid.h"
 
-#include "session/json_text.h"
-
-#include <QRandomGenerator>
+#include <QUuid>
 
 #include <cstring>
 
 namespace korvalume {
 
-namespace {
-
-constexpr bool isHyphenPosition(std::size_t i) {
-    return i == 8 || i == 13 || i == 18 || i == 23;
-}
-
-} // namespace
-
 std::optional<Uuid> Uuid::parse(std::string_view text) {
+    // QUuid also takes braces and other lengths; ids are stored in this one form only.
     if (text.size() != 36)
         return std::nullopt;
-    Uuid uuid;
-    std::size_t nibble = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (isHyphenPosition(i)) {
-            if (text[i] != '-')
-                return std::nullopt;
-            continue;
-        }
-        const int digit = jsontext::hexValue(text[i]);
-        if (digit < 0)
+    for (const std::size_t hyphen : {8u, 13u, 18u, 23u}) {
+        if (text[hyphen] != '-')
             return std::nullopt;
-        uuid.bytes[nibble / 2] = std::uint8_t(uuid.bytes[nibble / 2] << 4 | digit);
-        ++nibble;
     }
+    const QUuid parsed = QUuid::fromString(QLatin1StringView(text.data(), qsizetype(text.size())));
+    // QUuid gives the nil id for text it cannot read, and for the nil id itself.
+    if (parsed.isNull() && text != "00000000-0000-0000-0000-000000000000")
+        return std::nullopt;
+    Uuid uuid;
+    const QByteArray bytes = parsed.toRfc4122();
+    std::memcpy(uuid.bytes.data(), bytes.constData(), uuid.bytes.size());
     return uuid;
 }
 
 Uuid Uuid::random() {
     Uuid uuid;
-    quint32 words[4];
-    QRandomGenerator::system()->fillRange(words);
-    std::memcpy(uuid.bytes.data(), words, sizeof words);
-    uuid.bytes[6] = std::uint8_t((uuid.bytes[6] & 0x0F) | 0x40); // version 4
-    uuid.bytes[8] = std::uint8_t((uuid.bytes[8] & 0x3F) | 0x80); // RFC 4122 variant
+    const QByteArray bytes = QUuid::createUuid().toRfc4122();
+    std::memcpy(uuid.bytes.data(), bytes.constData(), uuid.bytes.size());
     return uuid;
 }
 
