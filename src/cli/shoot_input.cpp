@@ -67,8 +67,9 @@ std::variant<Shoot::Planned, ExitCode> planShoot(const std::vector<std::string>&
     const auto& problem = std::get<Shoot::Problem>(outcome);
     io.err << "korvalume " << command << ": " << problem.text << '\n';
     using Kind = Shoot::Problem::Kind;
-    return problem.kind == Kind::unknownCamera || problem.kind == Kind::cameraTwice ? Usage
-                                                                                    : InputProblem;
+    const bool usage = problem.kind == Kind::unknownCamera || problem.kind == Kind::removedCamera ||
+                       problem.kind == Kind::cameraTwice;
+    return usage ? Usage : InputProblem;
 }
 
 } // namespace korvalume::cli

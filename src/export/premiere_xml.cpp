@@ -98,10 +98,11 @@ void appendRate(std::string& out, const FrameRate& rate) {
 
 void appendPathURL(std::string& out, std::string_view path) {
     // Unreserved bytes stay, and the rest of the URL path set less "&", which XML text
-    // cannot hold bare.
+    // cannot hold bare, and less ";", which older URL readers take as the start of a
+    // segment's parameters.
     out += "file://localhost";
     out += QByteArray(path.data(), qsizetype(path.size()))
-               .toPercentEncoding("!$'()*+,;=:@/")
+               .toPercentEncoding("!$'()*+,=:@/")
                .toStdString();
 }
 

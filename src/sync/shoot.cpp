@@ -27,6 +27,10 @@ resolveCards(const SessionDoc& doc, const std::vector<FolderChoice>& choices) {
             return Problem{Problem::Kind::unknownCamera, "session '" + doc.name +
                                                              "' has no camera '" + choice.camera +
                                                              "'; its cameras: " + cameraList(doc)};
+        if (camera->removed)
+            return Problem{Problem::Kind::removedCamera,
+                           "camera '" + camera->name + "' was removed from session '" + doc.name +
+                               "'; its cameras: " + cameraList(doc)};
         const bool repeated = std::any_of(cards.begin(), cards.end(), [&](const auto& card) {
             return card.cameraID == camera->id;
         });

@@ -26,6 +26,7 @@ struct Problem {
     enum class Kind {
         noLog,            // none of the logs could be opened
         unknownCamera,    // a folder names a camera the session does not have
+        removedCamera,    // a folder names a camera taken out of the session
         cameraTwice,      // two folders for one camera
         unreadableFolder, // a folder is missing or cannot be listed
     };

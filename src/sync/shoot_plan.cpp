@@ -34,6 +34,9 @@ std::optional<Camera> findCamera(const SessionDoc& doc, std::string_view nameOrI
 std::vector<CameraPlan> planCameras(const SessionDoc& doc, std::span<const CameraCard> cards) {
     std::vector<CameraPlan> plans;
     for (const auto& camera : doc.cameras) {
+        // A camera taken out of the session is never placed, whatever card it is given.
+        if (camera.removed)
+            continue;
         std::vector<ClipFile> files;
         bool hasCard = false;
         for (const auto& card : cards) {

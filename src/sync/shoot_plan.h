@@ -25,7 +25,8 @@ struct CameraCard {
     std::vector<ClipFile> files;
 };
 
-// One plan per camera that has a card, in the session's camera order. A camera
+// One plan per camera of the session that has a card, in the session's camera order;
+// removed cameras get none. A camera
 // with several cards is planned once over all of their files.
 std::vector<CameraPlan> planCameras(const SessionDoc& doc, std::span<const CameraCard> cards);
 

@@ -225,9 +225,10 @@ TEST(PathUrl, SpacesAndNonAsciiLetters) {
               "file://localhost/Volumes/CARD%201/PRIVATE/M4ROOT/CLIP/C0001.MP4");
     EXPECT_EQ(PremiereXML::pathURL("/Users/zoë/Drehtag Ärger/Ton_№1.wav"),
               "file://localhost/Users/zo%C3%AB/Drehtag%20%C3%84rger/Ton_%E2%84%961.wav");
-    // Characters a URL path may hold stay; "%", "#" and "?" would change its meaning.
+    // Characters a URL path may hold stay; "%", "#" and "?" would change its meaning, and
+    // ";" would start a segment's parameters.
     EXPECT_EQ(PremiereXML::pathURL("/a/(b),c;d=e@f+g!h'i~j/50%#1?.mov"),
-              "file://localhost/a/(b),c;d=e@f+g!h'i~j/50%25%231%3F.mov");
+              "file://localhost/a/(b),c%3Bd=e@f+g!h'i~j/50%25%231%3F.mov");
     const auto relative = PremiereXML::pathURL("Clip 1.mov");
     EXPECT_TRUE(relative.starts_with("file://localhost/") && relative.ends_with("/Clip%201.mov"))
         << relative;
