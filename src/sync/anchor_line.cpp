@@ -70,8 +70,7 @@ const AnchorLine::Point& AnchorLine::nearestCreated(double created) const {
     return *nearest;
 }
 
-double AnchorLine::wrapNear(double result, double reference) const {
-    const double day = double(rate_.tcBase()) * 86400 / rate_.tcFps();
+double AnchorLine::wrapNear(double result, double reference, double day) const {
     const double half = day / 2;
     if (!std::isfinite(day) || day <= 0 || !std::isfinite(result - reference))
         return result;
@@ -86,7 +85,8 @@ double AnchorLine::wrapNear(double result, double reference) const {
     return result;
 }
 
-double AnchorLine::place(double t, bool consistent, std::optional<double> created) const {
+double AnchorLine::place(double t, bool consistent, std::optional<double> created,
+                         std::optional<double> day) const {
     if (given_.empty()) {
         programmingError("a clip was placed without anchors");
     }
@@ -117,7 +117,8 @@ double AnchorLine::place(double t, bool consistent, std::optional<double> create
         offset = chosen.offset;
         reference = chosen.at;
     }
-    return wrapNear(t + offset, reference);
+    return wrapNear(t + offset, reference,
+                    day.value_or(double(rate_.tcBase()) * 86400 / rate_.tcFps()));
 }
 
 } // namespace korvalume::SyncMap

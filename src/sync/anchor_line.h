@@ -23,8 +23,11 @@ public:
     const FrameRate& rate() const { return rate_; }
     // isConsistent of the anchors at this line's rate.
     bool consistent() const;
-    // place of `t` with these anchors at this line's rate. Requires !empty().
-    double place(double t, bool consistent, std::optional<double> created) const;
+    // place of `t` with these anchors at this line's rate, wrapping by `day` seconds (the
+    // real length of 24 hours of the clip's own timecode; this rate's non-drop day when
+    // absent). Requires !empty().
+    double place(double t, bool consistent, std::optional<double> created,
+                 std::optional<double> day = std::nullopt) const;
 
 private:
     struct Point {
@@ -35,7 +38,7 @@ private:
     };
 
     const Point& nearestCreated(double created) const;
-    double wrapNear(double result, double reference) const;
+    double wrapNear(double result, double reference, double day) const;
 
     FrameRate rate_;
     std::vector<Point> given_;  // in the given order

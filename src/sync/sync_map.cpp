@@ -44,6 +44,7 @@ struct FileFacts {
     // Seconds since 00:00:00:00; absent when the file has no timecode, or one
     // that cannot be counted at its rate.
     std::optional<double> startSeconds;
+    double day = 86400; // the wrap of its starts: timecodeDay
 };
 
 std::optional<double> startSeconds(const ClipFile& file, const FrameRate& rate) {
@@ -69,6 +70,7 @@ std::vector<FileFacts> orderedFiles(std::span<const ClipFile> files, const Frame
             fact.created = file.created;
         fact.rate = file.rate.value_or(sessionRate);
         fact.startSeconds = startSeconds(file, fact.rate);
+        fact.day = timecodeDay(file, fact.rate);
         facts.push_back(std::move(fact));
     }
     std::stable_sort(facts.begin(), facts.end(), [](const FileFacts& a, const FileFacts& b) {
@@ -147,7 +149,8 @@ std::optional<std::size_t> fileForOpenEnded(std::size_t recordingIndex,
         for (std::size_t f = 0; f < files.size(); ++f) {
             if (used[f] || files[f].file->slowMotion || !files[f].startSeconds)
                 continue;
-            const double start = matched.place(*files[f].startSeconds, true, std::nullopt);
+            const double start =
+                matched.place(*files[f].startSeconds, true, std::nullopt, files[f].day);
             if (std::abs(start - recording.start) < openEndedStartTolerance)
                 return f;
         }
@@ -252,8 +255,19 @@ bool isConsistent(std::span<const Anchor> anchors, const FrameRate& rate) {
 }
 
 double place(double t, std::span<const Anchor> anchors, const FrameRate& rate, bool consistent,
-             std::optional<double> created) {
-    return AnchorLine(anchors, rate).place(t, consistent, created);
+             std::optional<double> created, std::optional<double> day) {
+    return AnchorLine(anchors, rate).place(t, consistent, created, day);
+}
+
+double timecodeDay(const ClipFile& file, const FrameRate& rate) {
+    if (file.startTCSeconds || !file.startTC)
+        return 86400;
+    const Timecode wholeDay{24, 0, 0, 0, file.startTC->dropFrame};
+    const auto frames = wholeDay.checkedFrameCount(rate.tcBase());
+    const double fps = rate.tcFps();
+    if (!frames || !(fps > 0))
+        return 86400;
+    return double(*frames) / fps;
 }
 
 CameraPlan plan(const Camera& camera, std::span<const ClipFile> files, const SessionDoc& doc) {
@@ -306,7 +320,7 @@ CameraPlan plan(const Camera& camera, std::span<const ClipFile> files, const Ses
             const AnchorLine& line = lines.at(file.rate);
             const bool consistent = line.consistent();
             timecodeChanged = timecodeChanged || !consistent;
-            const double start = line.place(*file.startSeconds, consistent, file.created);
+            const double start = line.place(*file.startSeconds, consistent, file.created, file.day);
             if (byScans) {
                 placed.method = PlacedClip::Method::timecode;
                 placed.start = start;

@@ -43,7 +43,13 @@ bool isConsistent(std::span<const Anchor> anchors, const FrameRate& rate);
 // latest in timecode without it). The result lies within half a timecode day of
 // the anchor it came from. `anchors` must not be empty.
 double place(double t, std::span<const Anchor> anchors, const FrameRate& rate, bool consistent,
-             std::optional<double> created);
+             std::optional<double> created, std::optional<double> day = std::nullopt);
+
+// The real length in seconds of 24 hours of a file's own timecode, the day that its
+// starts wrap by: 24:00:00:00 counted at the rate's base (with drop-frame when the
+// timecode is drop-frame) at the real timecode rate; 86,400 for a start known as
+// seconds since midnight (sound files).
+double timecodeDay(const ClipFile& file, const FrameRate& rate);
 
 // Places every file of one camera's card folders.
 CameraPlan plan(const Camera& camera, std::span<const ClipFile> files, const SessionDoc& doc);

@@ -63,6 +63,32 @@ TEST(Place, WrapsAtMidnightOfTheTimecodeDay) {
     EXPECT_TRUE(std::isfinite(SyncMap::place(1e300, std::vector{early}, pal, true, {})));
 }
 
+TEST(Place, AClipWrapsAtMidnightByItsOwnTimecodesDay) {
+    const auto clip = [](std::optional<Timecode> timecode, std::optional<double> seconds) {
+        ClipFile file;
+        file.startTC = timecode;
+        file.startTCSeconds = seconds;
+        return file;
+    };
+    const FrameRate ntsc60{60, true};
+    const Timecode dropFrame{0, 0, 30, 0, true};
+    const Timecode nonDrop{0, 0, 30, 0, false};
+    EXPECT_NEAR(SyncMap::timecodeDay(clip(dropFrame, {}), ntsc30), 86'399.9136, 1e-6);
+    EXPECT_NEAR(SyncMap::timecodeDay(clip(dropFrame, {}), ntsc60), 86'399.9136, 1e-6);
+    EXPECT_NEAR(SyncMap::timecodeDay(clip(nonDrop, {}), ntsc30), 86'486.4, 1e-6);
+    EXPECT_EQ(SyncMap::timecodeDay(clip(nonDrop, {}), pal), 86'400);
+    EXPECT_EQ(SyncMap::timecodeDay(clip({}, 30.0), ntsc30), 86'400);
+
+    // Scanned at 23:50:00;00 only; a drop-frame clip started at 00:00:30;00 after midnight
+    // lands 17,982 + 900 frames later, not 86.5 s late.
+    const double noon = 1'000'000;
+    const Anchor scan{noon, Timecode{23, 50, 0, 0, true}, std::nullopt, noon};
+    const double t = *dropFrame.checkedSecondsAt(ntsc30);
+    const double placed = SyncMap::place(t, std::vector{scan}, ntsc30, true, {},
+                                         SyncMap::timecodeDay(clip(dropFrame, {}), ntsc30));
+    EXPECT_NEAR(placed, noon + (17'982 + 900) / ntsc30.fps(), 1e-6);
+}
+
 TEST(Place, DisagreeingAnchorsUseTheOneCreatedNearestTheFile) {
     // The timecode was reset to 01:00:00 between the two recordings.
     const std::vector anchors{clipAnchor(10'000, 36'000, 10'000), clipAnchor(20'000, 3'600, 20'000),
