@@ -20,12 +20,30 @@ constexpr int stepwiseWrapLimit = 1024;
 
 } // namespace
 
+AnchorLine::Point AnchorLine::point(const Anchor& anchor) const {
+    double position = anchor.position(rate_);
+    double offset = anchor.at - position;
+    // A scan after midnight of a clock first seen before it: count its timecode on from the
+    // first anchor's day, so that both describe one clock.
+    if (!given_.empty()) {
+        const double day = anchor.dayAt(rate_);
+        const double reference = given_.front().offset;
+        if (std::isfinite(day) && day > 0 && std::isfinite(offset - reference)) {
+            const double days = std::round((offset - reference) / day);
+            if (days != 0 && std::abs(days) <= stepwiseWrapLimit &&
+                std::abs(offset - days * day - reference) < consistentSpan) {
+                position += days * day;
+                offset -= days * day;
+            }
+        }
+    }
+    return {position, offset, anchor.at, anchor.created};
+}
+
 AnchorLine::AnchorLine(std::span<const Anchor> anchors, const FrameRate& rate) : rate_(rate) {
     given_.reserve(anchors.size());
-    for (const auto& anchor : anchors) {
-        const double position = anchor.position(rate);
-        given_.push_back({position, anchor.at - position, anchor.at, anchor.created});
-    }
+    for (const auto& anchor : anchors)
+        given_.push_back(point(anchor));
     sorted_ = given_;
     std::stable_sort(sorted_.begin(), sorted_.end(),
                      [](const Point& a, const Point& b) { return a.position < b.position; });
@@ -39,18 +57,18 @@ AnchorLine::AnchorLine(std::span<const Anchor> anchors, const FrameRate& rate) :
 }
 
 void AnchorLine::add(const Anchor& anchor) {
-    const double position = anchor.position(rate_);
-    const Point point{position, anchor.at - position, anchor.at, anchor.created};
-    if (given_.empty() || point.offset < smallestOffset_)
-        smallestOffset_ = point.offset;
-    if (given_.empty() || point.offset > largestOffset_)
-        largestOffset_ = point.offset;
-    given_.push_back(point);
+    const Point added = point(anchor);
+    const double position = added.position;
+    if (given_.empty() || added.offset < smallestOffset_)
+        smallestOffset_ = added.offset;
+    if (given_.empty() || added.offset > largestOffset_)
+        largestOffset_ = added.offset;
+    given_.push_back(added);
     // After every anchor of equal position: the newcomer is last in the given order.
     auto slot = std::upper_bound(
         sorted_.begin(), sorted_.end(), position,
         [](double value, const Point& existing) { return value < existing.position; });
-    sorted_.insert(slot, point);
+    sorted_.insert(slot, added);
 }
 
 bool AnchorLine::consistent() const {
@@ -93,6 +111,14 @@ double AnchorLine::place(double t, bool consistent, std::optional<double> create
     double offset = 0;
     double reference = 0;
     if (consistent) {
+        // Count the clip's timecode on into the anchors' days, as they were counted on.
+        const double clipDay = day.value_or(double(rate_.tcBase()) * 86400 / rate_.tcFps());
+        const double middle = (sorted_.front().position + sorted_.back().position) / 2;
+        if (std::isfinite(clipDay) && clipDay > 0 && std::isfinite(middle - t)) {
+            const double days = std::round((middle - t) / clipDay);
+            if (std::abs(days) <= stepwiseWrapLimit)
+                t += days * clipDay;
+        }
         const Point& first = sorted_.front();
         // The smallest k with t <= position(k); none when t lies beyond every anchor.
         auto upper = std::lower_bound(

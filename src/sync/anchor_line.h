@@ -37,6 +37,8 @@ private:
         double created = 0;
     };
 
+    // The anchor as a point of this line, counted on across midnight from the first one.
+    Point point(const Anchor& anchor) const;
     const Point& nearestCreated(double created) const;
     double wrapNear(double result, double reference, double day) const;
 

@@ -120,7 +120,7 @@ std::vector<Anchor> scanAnchors(const SessionDoc& doc, const Uuid& cameraID,
 std::optional<Anchor> clipAnchor(const FileFacts& file, const LoggedClip& recording) {
     if (file.file->slowMotion || !file.startSeconds)
         return std::nullopt;
-    return Anchor{recording.start, std::nullopt, file.startSeconds, recording.start};
+    return Anchor{recording.start, std::nullopt, file.startSeconds, recording.start, file.day};
 }
 
 struct Pairing {
@@ -239,6 +239,15 @@ std::string unplacedNote(const FileFacts& file, bool cameraHasRecordings) {
 
 } // namespace
 
+double Anchor::dayAt(const FrameRate& rate) const {
+    if (day)
+        return *day;
+    const Timecode wholeDay{24, 0, 0, 0, timecode && timecode->dropFrame};
+    const auto frames = wholeDay.checkedFrameCount(rate.tcBase());
+    const double fps = rate.tcFps();
+    return frames && fps > 0 ? double(*frames) / fps : 86400;
+}
+
 double Anchor::position(const FrameRate& rate) const {
     if (exact)
         return *exact;
@@ -262,12 +271,7 @@ double place(double t, std::span<const Anchor> anchors, const FrameRate& rate, b
 double timecodeDay(const ClipFile& file, const FrameRate& rate) {
     if (file.startTCSeconds || !file.startTC)
         return 86400;
-    const Timecode wholeDay{24, 0, 0, 0, file.startTC->dropFrame};
-    const auto frames = wholeDay.checkedFrameCount(rate.tcBase());
-    const double fps = rate.tcFps();
-    if (!frames || !(fps > 0))
-        return 86400;
-    return double(*frames) / fps;
+    return Anchor{0, file.startTC, std::nullopt, 0}.dayAt(rate);
 }
 
 CameraPlan plan(const Camera& camera, std::span<const ClipFile> files, const SessionDoc& doc) {

@@ -23,18 +23,24 @@ struct Anchor {
     std::optional<Timecode> timecode; // timecode read at `at` (scan anchors)
     std::optional<double> exact; // timecode at `at` as seconds since 00:00:00:00 (clip anchors)
     double created = 0;          // when observed; picks the nearest anchor when anchors disagree
+    // The real length of 24 hours of the timecode observed, when known (clip anchors);
+    // otherwise that of the timecode's kind at the rate.
+    std::optional<double> day = std::nullopt;
 
     // The camera's timecode at `at`, in seconds at `rate`: `exact`, else the timecode's
     // seconds, else 0. A timecode whose count overflows at `rate` counts as 0 too.
     double position(const FrameRate& rate) const;
     // Master-clock time minus timecode time; constant for a clock that runs in step.
     double offset(const FrameRate& rate) const { return at - position(rate); }
+    // How far apart the same clock's offsets lie across midnight, in seconds.
+    double dayAt(const FrameRate& rate) const;
 
     friend bool operator==(const Anchor&, const Anchor&) = default;
 };
 
 // The anchors agree on one relation between clock and timecode: their offsets at
-// `rate` span less than 2 seconds. Empty and single lists agree.
+// `rate` span less than 2 seconds, once offsets a whole timecode day apart (scans on both
+// sides of midnight) are taken as the same clock. Empty and single lists agree.
 bool isConsistent(std::span<const Anchor> anchors, const FrameRate& rate);
 
 // The master-clock start of a clip whose start timecode is `t` seconds since

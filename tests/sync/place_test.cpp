@@ -89,6 +89,27 @@ TEST(Place, AClipWrapsAtMidnightByItsOwnTimecodesDay) {
     EXPECT_NEAR(placed, noon + (17'982 + 900) / ntsc30.fps(), 1e-6);
 }
 
+TEST(Place, ScansOnBothSidesOfMidnightAreOneClock) {
+    // Scanned at 23:50:00:00 and, twenty minutes later, at 00:10:00:00.
+    const double first = 1'000'000;
+    for (const auto& [rate, dropFrame] : {std::pair{pal, false}, std::pair{ntsc30, true}}) {
+        const Timecode before{23, 50, 0, 0, dropFrame};
+        const Timecode after{0, 10, 0, 0, dropFrame};
+        const double day = Anchor{0, before, std::nullopt, 0}.dayAt(rate);
+        const double elapsed = *after.checkedSecondsAt(rate) + day - *before.checkedSecondsAt(rate);
+        const std::vector scans{Anchor{first, before, std::nullopt, first},
+                                Anchor{first + elapsed, after, std::nullopt, first + elapsed}};
+        EXPECT_TRUE(SyncMap::isConsistent(scans, rate)) << rate.label();
+        // A clip at midnight lands between them, on the same clock.
+        const Timecode midnight{0, 0, 0, 0, dropFrame};
+        ClipFile file;
+        file.startTC = midnight;
+        const double placed = SyncMap::place(*midnight.checkedSecondsAt(rate), scans, rate, true,
+                                             {}, SyncMap::timecodeDay(file, rate));
+        EXPECT_NEAR(placed, first + day - *before.checkedSecondsAt(rate), 1e-6) << rate.label();
+    }
+}
+
 TEST(Place, DisagreeingAnchorsUseTheOneCreatedNearestTheFile) {
     // The timecode was reset to 01:00:00 between the two recordings.
     const std::vector anchors{clipAnchor(10'000, 36'000, 10'000), clipAnchor(20'000, 3'600, 20'000),
