@@ -75,19 +75,6 @@ bool AnchorLine::consistent() const {
     return given_.size() < 2 || largestOffset_ - smallestOffset_ < consistentSpan;
 }
 
-const AnchorLine::Point& AnchorLine::nearestCreated(double created) const {
-    const Point* nearest = &given_.front();
-    double nearestDistance = std::abs(nearest->created - created);
-    for (const auto& point : given_) {
-        const double distance = std::abs(point.created - created);
-        if (distance < nearestDistance) {
-            nearest = &point;
-            nearestDistance = distance;
-        }
-    }
-    return *nearest;
-}
-
 double AnchorLine::wrapNear(double result, double reference, double day) const {
     const double half = day / 2;
     if (!std::isfinite(day) || day <= 0 || !std::isfinite(result - reference))
@@ -138,10 +125,20 @@ double AnchorLine::place(double t, bool consistent, std::optional<double> create
             offset = a.offset + fraction * (b.offset - a.offset);
             reference = fraction < 0.5 ? a.at : b.at;
         }
+    } else if (created) {
+        // After a timecode reset each clock gives the clip another place; the right one
+        // is where it lands nearest the moment the file says it was recorded.
+        const double clipDay = day.value_or(double(rate_.tcBase()) * 86400 / rate_.tcFps());
+        std::optional<double> best;
+        for (const Point& anchor : given_) {
+            const double placed = wrapNear(t + anchor.offset, anchor.at, clipDay);
+            if (!best || std::abs(placed - *created) < std::abs(*best - *created))
+                best = placed;
+        }
+        return *best;
     } else {
-        const Point& chosen = created ? nearestCreated(*created) : sorted_.back();
-        offset = chosen.offset;
-        reference = chosen.at;
+        offset = sorted_.back().offset;
+        reference = sorted_.back().at;
     }
     return wrapNear(t + offset, reference,
                     day.value_or(double(rate_.tcBase()) * 86400 / rate_.tcFps()));

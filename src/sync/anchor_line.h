@@ -39,7 +39,6 @@ private:
 
     // The anchor as a point of this line, counted on across midnight from the first one.
     Point point(const Anchor& anchor) const;
-    const Point& nearestCreated(double created) const;
     double wrapNear(double result, double reference, double day) const;
 
     FrameRate rate_;

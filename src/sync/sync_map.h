@@ -22,7 +22,7 @@ struct Anchor {
     double at = 0;                    // master-clock time of the observation
     std::optional<Timecode> timecode; // timecode read at `at` (scan anchors)
     std::optional<double> exact; // timecode at `at` as seconds since 00:00:00:00 (clip anchors)
-    double created = 0;          // when observed; picks the nearest anchor when anchors disagree
+    double created = 0;          // when observed
     // The real length of 24 hours of the timecode observed, when known (clip anchors);
     // otherwise that of the timecode's kind at the rate.
     std::optional<double> day = std::nullopt;
@@ -45,9 +45,9 @@ bool isConsistent(std::span<const Anchor> anchors, const FrameRate& rate);
 
 // The master-clock start of a clip whose start timecode is `t` seconds since
 // 00:00:00:00. Agreeing anchors are interpolated between and extended beyond;
-// disagreeing ones yield to the anchor created nearest `created` (or the one
-// latest in timecode without it). The result lies within half a timecode day of
-// the anchor it came from. `anchors` must not be empty.
+// disagreeing ones (a timecode reset) give the place nearest `created`, the file's own
+// recording date (or that of the anchor latest in timecode without it). The result lies within half
+// a timecode day of the anchor it came from. `anchors` must not be empty.
 double place(double t, std::span<const Anchor> anchors, const FrameRate& rate, bool consistent,
              std::optional<double> created, std::optional<double> day = std::nullopt);
 

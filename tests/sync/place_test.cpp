@@ -110,15 +110,19 @@ TEST(Place, ScansOnBothSidesOfMidnightAreOneClock) {
     }
 }
 
-TEST(Place, DisagreeingAnchorsUseTheOneCreatedNearestTheFile) {
+TEST(Place, DisagreeingAnchorsPlaceAClipWhereItLandsNearestItsDate) {
     // The timecode was reset to 01:00:00 between the two recordings.
     const std::vector anchors{clipAnchor(10'000, 36'000, 10'000), clipAnchor(20'000, 3'600, 20'000),
                               clipAnchor(30'000, 13'590, 30'000)};
     ASSERT_FALSE(SyncMap::isConsistent(anchors, pal));
     EXPECT_DOUBLE_EQ(SyncMap::place(36'100, anchors, pal, false, 12'000), 10'100);
     EXPECT_DOUBLE_EQ(SyncMap::place(3'700, anchors, pal, false, 19'000), 20'100);
-    // Equally near two anchors: the earlier in the list.
-    EXPECT_DOUBLE_EQ(SyncMap::place(3'700, anchors, pal, false, 25'000), 20'100);
+    // The two anchors after the reset differ by 10 s: the one that puts the clip nearer
+    // its date wins.
+    EXPECT_DOUBLE_EQ(SyncMap::place(3'700, anchors, pal, false, 25'000), 20'110);
+    // Shot just before the reset, nearer in time to the scan after it: still on the old
+    // clock, not 11 hours away on the new one.
+    EXPECT_DOUBLE_EQ(SyncMap::place(45'900, anchors, pal, false, 19'900), 19'900);
     // Without a date: the anchor latest in timecode, whatever the clip's own timecode.
     EXPECT_DOUBLE_EQ(SyncMap::place(3'700, anchors, pal, false, {}), 10'000 - 36'000 + 3'700);
 }
