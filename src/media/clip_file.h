@@ -19,6 +19,9 @@ struct ClipFile {
     std::int64_t frames = 0; // length at `rate`; 0 where there are no frames (WAV)
     std::optional<FrameRate> rate;
     std::optional<Timecode> startTC;
+    // The first frame's time since 00:00:00:00 in seconds, exact to the file's own frame,
+    // for movies above 30 fps whose timecode shows only every other frame.
+    std::optional<double> startExact;
     // When recorded or, failing that, created: seconds since 1970-01-01 00:00
     // UTC, the same scale as every master-clock instant.
     std::optional<double> created;

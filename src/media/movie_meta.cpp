@@ -200,38 +200,78 @@ std::optional<double> creationDate(const AVFormatContext& format) {
 constexpr int tmcdDescriptionLength = 17;
 constexpr std::uint32_t tmcdDropFrameFlag = 0x1;
 
-std::optional<Timecode> quickTimeTimecode(AVFormatContext& format, AVStream& track) {
+// The timecode a movie shows, and when it counts more frames than it shows (50p, 59.94p),
+// the exact time of its first frame.
+struct StartTimecode {
+    std::optional<Timecode> shown;
+    std::optional<double> exact;
+};
+
+// Seconds of `frames` frames at the file's own rate, for rates above the counting base.
+std::optional<double> exactSeconds(std::optional<std::int64_t> frames, const FrameRate& rate) {
+    if (!frames || rate.timebase <= rate.tcBase() || !(rate.fps() > 0))
+        return std::nullopt;
+    return double(*frames) / rate.fps();
+}
+
+StartTimecode quickTimeTimecode(AVFormatContext& format, AVStream& track, const FrameRate& rate) {
     const AVCodecParameters& parameters = *track.codecpar;
     if (!parameters.extradata || parameters.extradata_size < tmcdDescriptionLength)
-        return std::nullopt;
+        return {};
     const std::uint32_t flags = AV_RB32(parameters.extradata + 4);
     const std::uint32_t quanta = parameters.extradata[16];
     const AVIndexEntry* first = avformat_index_get_entry(&track, 0);
     if (!first || first->pos < 0 || first->size < 4)
-        return std::nullopt;
+        return {};
     if (avio_seek(format.pb, first->pos, SEEK_SET) != first->pos)
-        return std::nullopt;
+        return {};
     std::uint8_t sample[4];
     if (avio_read(format.pb, sample, 4) != 4)
-        return std::nullopt;
-    return timecodeFromFrameNumber(AV_RB32(sample), quanta, (flags & tmcdDropFrameFlag) != 0);
+        return {};
+    const std::uint32_t frameNumber = AV_RB32(sample);
+    StartTimecode start{
+        timecodeFromFrameNumber(frameNumber, quanta, (flags & tmcdDropFrameFlag) != 0), {}};
+    // The sample counts frames at the track's own rate.
+    if (std::int64_t(quanta) == rate.timebase)
+        start.exact = exactSeconds(std::int64_t(frameNumber), rate);
+    return start;
 }
 
-std::optional<Timecode> startTimecode(AVFormatContext& format, const FrameRate& rate) {
+// The frame a label names when it counts the file's own frames ("10:00:00:45" at 50p);
+// drop-frame skips 2 labels a minute for every 30 counted, except every tenth minute.
+std::optional<std::int64_t> ownFrame(const Timecode& label, std::int64_t rate) {
+    if (label.hours < 0 || label.hours > 99 || label.minutes < 0 || label.minutes > 59 ||
+        label.seconds < 0 || label.seconds > 59 || label.frames < 0 || label.frames >= rate)
+        return std::nullopt;
+    const std::int64_t minutes = label.hours * 60 + label.minutes;
+    std::int64_t frame = (minutes * 60 + label.seconds) * rate + label.frames;
+    if (label.dropFrame)
+        frame -= rate / 15 * (minutes - minutes / 10);
+    return frame;
+}
+
+StartTimecode textTimecode(std::string_view text, const FrameRate& rate) {
+    StartTimecode start{timecodeFromText(text, rate), {}};
+    if (const auto own = Timecode::parse(text); own && start.shown)
+        start.exact = exactSeconds(ownFrame(*own, rate.timebase), rate);
+    return start;
+}
+
+StartTimecode startTimecode(AVFormatContext& format, const FrameRate& rate) {
     for (unsigned i = 0; i < format.nb_streams; ++i) {
         AVStream& stream = *format.streams[i];
         if (stream.codecpar->codec_tag == MKTAG('t', 'm', 'c', 'd'))
-            return quickTimeTimecode(format, stream);
+            return quickTimeTimecode(format, stream, rate);
     }
     // MXF gives its material package's timecode as text only.
     if (const AVDictionaryEntry* entry = av_dict_get(format.metadata, "timecode", nullptr, 0))
-        return timecodeFromText(entry->value, rate);
+        return textTimecode(entry->value, rate);
     for (unsigned i = 0; i < format.nb_streams; ++i) {
         if (const AVDictionaryEntry* entry =
                 av_dict_get(format.streams[i]->metadata, "timecode", nullptr, 0))
-            return timecodeFromText(entry->value, rate);
+            return textTimecode(entry->value, rate);
     }
-    return std::nullopt;
+    return {};
 }
 
 } // namespace
@@ -298,7 +338,9 @@ std::optional<ClipFile> read(ByteSource& source, const std::string& path) {
         clip.height = video->codecpar->height;
     }
     clip.created = creationDate(format);
-    clip.startTC = startTimecode(format, rate);
+    const StartTimecode start = startTimecode(format, rate);
+    clip.startTC = start.shown;
+    clip.startExact = start.exact;
     return clip;
 }
 

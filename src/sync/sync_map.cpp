@@ -51,6 +51,8 @@ std::optional<double> startSeconds(const ClipFile& file, const FrameRate& rate) 
     std::optional<double> seconds;
     if (file.startTCSeconds)
         seconds = file.startTCSeconds;
+    else if (file.startExact && file.rate == rate)
+        seconds = file.startExact;
     else if (file.startTC)
         seconds = file.startTC->checkedSecondsAt(rate);
     if (seconds && !std::isfinite(*seconds))

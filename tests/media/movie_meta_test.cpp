@@ -36,16 +36,18 @@ TEST(MovieMeta, TimecodeTrackFrameNumbers) {
 
 TEST(MovieMeta, TimecodeTracksAtEveryRateInEveryContainer) {
     // Starts away from whole seconds, so a wrong base or drop rule shows. Above 30
-    // labels a second the base is halved, as cameras display it.
-    const std::tuple<FrameRate, std::string, Timecode> cases[] = {
-        {{24, true}, "01:02:03:04", {1, 2, 3, 4, false}},
-        {{25, false}, "10:00:59:24", {10, 0, 59, 24, false}},
-        {{30, true}, "10:01:00;02", {10, 1, 0, 2, true}},
-        {{50, false}, "10:00:00:49", {10, 0, 0, 24, false}},
-        {{60, true}, "10:01:00;05", {10, 1, 0, 2, true}},
+    // labels a second the base is halved, as cameras display it, while the exact start
+    // keeps the file's own odd frame: frame 49 of 50p is 0.98 s into its second, and
+    // 10:01:00;05 at 59.94 drop-frame is frame 2,161,441 (4 labels dropped a minute).
+    const std::tuple<FrameRate, std::string, Timecode, std::optional<double>> cases[] = {
+        {{24, true}, "01:02:03:04", {1, 2, 3, 4, false}, {}},
+        {{25, false}, "10:00:59:24", {10, 0, 59, 24, false}, {}},
+        {{30, true}, "10:01:00;02", {10, 1, 0, 2, true}, {}},
+        {{50, false}, "10:00:00:49", {10, 0, 0, 24, false}, 36'000.98},
+        {{60, true}, "10:01:00;05", {10, 1, 0, 2, true}, 2'161'441 / FrameRate{60, true}.fps()},
     };
     for (const Container container : {Container::Mov, Container::Mp4, Container::Mxf}) {
-        for (const auto& [rate, written, expected] : cases) {
+        for (const auto& [rate, written, expected, exact] : cases) {
             const std::string& path =
                 fixtures::cachedMovie({.container = container,
                                        .rate = rate,
@@ -57,6 +59,10 @@ TEST(MovieMeta, TimecodeTracksAtEveryRateInEveryContainer) {
             ASSERT_TRUE(clip);
             EXPECT_EQ(clip->rate, rate);
             EXPECT_EQ(clip->startTC, expected);
+            ASSERT_EQ(clip->startExact.has_value(), exact.has_value());
+            if (exact) {
+                EXPECT_NEAR(*clip->startExact, *exact, 1e-6);
+            }
             // ffmpeg's 1 s at an NTSC rate is a whole number of frames lasting 1.001 s.
             EXPECT_NEAR(clip->duration, std::ceil(rate.fps() - 1e-9) / rate.fps(), 0.002);
             EXPECT_EQ(clip->frames, rate.timebase);
