@@ -175,12 +175,16 @@ void appendFileElement(std::string& out, const ClipFile& file, std::int64_t id,
         appendInt(out, file.height);
         out += "</height></samplecharacteristics></video>";
     }
-    out += file.audioOnly ? "<audio><samplecharacteristics><depth>24</depth><samplerate>"
-                          : "<audio><samplecharacteristics><depth>16</depth><samplerate>";
-    appendInt(out, file.sampleRate);
-    out += "</samplerate></samplecharacteristics><channelcount>";
-    appendInt(out, file.audioChannels);
-    out += "</channelcount></audio></media></file>";
+    // A silent movie describes no sound at all.
+    if (file.audioOnly || file.audioChannels > 0) {
+        out += file.audioOnly ? "<audio><samplecharacteristics><depth>24</depth><samplerate>"
+                              : "<audio><samplecharacteristics><depth>16</depth><samplerate>";
+        appendInt(out, file.sampleRate);
+        out += "</samplerate></samplecharacteristics><channelcount>";
+        appendInt(out, file.audioChannels);
+        out += "</channelcount></audio>";
+    }
+    out += "</media></file>";
 }
 
 // One placed clip on the sequence, in sequence frames.
@@ -320,7 +324,9 @@ private:
         const std::int64_t count = frames(entry);
         Pieces pieces;
         pieces.base = 10 * n;
-        pieces.last = file.audioChannels >= 1 ? std::min(file.audioChannels, channels) : 1;
+        // A silent movie gets no audio items; a sound file always gets at least one.
+        pieces.last = file.audioOnly ? std::clamp<std::int64_t>(file.audioChannels, 1, channels)
+                                     : std::clamp<std::int64_t>(file.audioChannels, 0, channels);
 
         std::size_t mark = text.size();
         text += "\"><name>";

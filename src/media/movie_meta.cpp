@@ -337,6 +337,19 @@ std::optional<ClipFile> read(ByteSource& source, const std::string& path) {
         clip.width = video->codecpar->width;
         clip.height = video->codecpar->height;
     }
+    // The sound as it is: every audio stream's channels, at the first stream's rate; a
+    // movie without sound has none.
+    clip.audioChannels = 0;
+    bool firstAudio = true;
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
+        const AVCodecParameters& audio = *format.streams[i]->codecpar;
+        if (audio.codec_type != AVMEDIA_TYPE_AUDIO || audio.ch_layout.nb_channels <= 0)
+            continue;
+        clip.audioChannels += audio.ch_layout.nb_channels;
+        if (firstAudio && audio.sample_rate > 0)
+            clip.sampleRate = audio.sample_rate;
+        firstAudio = false;
+    }
     clip.created = creationDate(format);
     const StartTimecode start = startTimecode(format, rate);
     clip.startTC = start.shown;

@@ -45,8 +45,8 @@ TEST_F(ExportCommand, WritesTheSessionNamedFileInTheCurrentFolder) {
                            "\n"
                            "  CAM A  1 placed, 1 not placed\n"
                            "  CAM B  0 placed, 0 not placed\n");
-    // A001's video item and its two audio channels; A002 has no place.
-    EXPECT_EQ(clipItems(readText(written)), 3);
+    // A001's video item and no audio item, for it is silent; A002 has no place.
+    EXPECT_EQ(clipItems(readText(written)), 1);
 }
 
 TEST_F(ExportCommand, WritesWhereToldAndSaysWhenNothingWasPlaced) {

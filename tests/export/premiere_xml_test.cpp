@@ -159,12 +159,15 @@ TEST(PremiereXml, LaneChannelCountIsTheLargestOfItsClipsFromOneToEight) {
                                      placedAt(movie("/c/six.MOV", 1, fps25, {}, 6), origin + 2)}),
                 cameraPlan("CAM B", {placedAt(movie("/c/ten.MOV", 1, fps25, {}, 10), origin)}),
                 cameraPlan("CAM C", {placedAt(movie("/c/silent.MOV", 1, fps25, {}, 0), origin)})});
-    // Six tracks for CAM A's lane, ten channels limited to eight, one for silence.
+    // Six tracks for CAM A's lane, ten channels limited to eight, and an empty one for the
+    // silent movie, which gets no audio items and describes no sound.
     ASSERT_EQ(doc.audioTracks.size(), 6u + 8u + 1u);
     EXPECT_EQ(fileUse(doc.audioTracks[5]), (Ids{"clipitem-26 file-2"}));
     EXPECT_EQ(fileUse(doc.audioTracks[13]), (Ids{"clipitem-38 file-3"}));
     EXPECT_EQ(doc.files.at("file-3").at("media/audio/channelcount"), "10");
-    EXPECT_EQ(doc.videoTracks[2][0].links, (Ids{"clipitem-40", "clipitem-41"}));
+    EXPECT_EQ(doc.videoTracks[2][0].links, (Ids{"clipitem-40"}));
+    EXPECT_TRUE(doc.audioTracks[14].empty());
+    EXPECT_FALSE(doc.files.at("file-4").contains("media/audio/channelcount"));
 }
 
 TEST(PremiereXml, SequenceTimecodeIsTheOriginsTimeOfDayNonDrop) {

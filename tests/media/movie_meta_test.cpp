@@ -73,6 +73,25 @@ TEST(MovieMeta, TimecodeTracksAtEveryRateInEveryContainer) {
     }
 }
 
+TEST(MovieMeta, ReportsTheSoundAsItIs) {
+    using fixtures::Container;
+    const auto read = [](fixtures::MovieSpec spec) {
+        const auto clip = MediaReader::read(fixtures::cachedMovie(spec));
+        return clip ? std::pair{clip->audioChannels, clip->sampleRate}
+                    : std::pair<std::int64_t, std::int64_t>{-1, -1};
+    };
+    // A silent movie has no channels; the rest count every channel they carry.
+    EXPECT_EQ(read({.container = Container::Mov, .withAudio = false}).first, 0);
+    EXPECT_EQ(read({.container = Container::Mov,
+                    .withAudio = true,
+                    .audioChannels = 4,
+                    .sampleRate = 44100}),
+              (std::pair<std::int64_t, std::int64_t>{4, 44100}));
+    EXPECT_EQ(read({.container = Container::Mp4, .withAudio = true, .audioChannels = 2}),
+              (std::pair<std::int64_t, std::int64_t>{2, 48000}));
+    EXPECT_EQ(read({.container = Container::Mxf, .withAudio = true}).first, 1);
+}
+
 TEST(MovieMeta, MissingPartsAndUnreadableMovies) {
     // No timecode track and no date: still a record.
     const auto bare = MediaReader::read(fixtures::cachedMovie(

@@ -65,8 +65,11 @@ std::string makeMovie(const std::string& path, const MovieSpec& recipe) {
     if (recipe.withVideo)
         arguments += {"-f", "lavfi", "-i", picture};
     if (recipe.withAudio)
-        arguments +=
-            {"-f", "lavfi", "-i", "sine=frequency=1000:sample_rate=48000:duration=" + seconds};
+        arguments += {"-f", "lavfi", "-i",
+                      QString("sine=frequency=1000:sample_rate=%1:duration=%2")
+                          .arg(QString::number(recipe.sampleRate), seconds)};
+    if (recipe.withAudio && recipe.audioChannels != 1)
+        arguments += {"-ac", QString::number(recipe.audioChannels)};
     if (recipe.container == Container::Mxf)
         arguments += {"-c:v", "mpeg2video", "-c:a", "pcm_s16le"};
     else // H.264 as cameras write it; libavformat leaves MPEG-4 part 2 sizes to the decoder.

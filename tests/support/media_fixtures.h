@@ -43,6 +43,8 @@ struct MovieSpec {
     std::optional<std::string> creationTime; // ISO 8601, e.g. "2024-05-01T10:00:00Z"
     bool withVideo = true;
     bool withAudio = false;
+    int audioChannels = 1; // of the one audio stream, when withAudio
+    int sampleRate = 48000;
     friend bool operator==(const MovieSpec&, const MovieSpec&) = default;
 };
 
