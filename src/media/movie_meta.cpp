@@ -3,6 +3,7 @@
 #include "media/date_text.h"
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/dict.h>
 #include <libavutil/intreadwrite.h>
@@ -155,6 +156,39 @@ double durationSeconds(const AVFormatContext& format) {
     for (unsigned i = 0; i < format.nb_streams; ++i)
         longest = std::max(longest, streamSeconds(*format.streams[i]));
     return longest;
+}
+
+// The picture size an MPEG-2 stream shows, from the sequence header of its first packet
+// (libavcodec's parser reads headers; nothing is decoded). Containers give the stored
+// size, rounded up to whole macroblocks: 1088 lines for 1080.
+std::optional<std::pair<int, int>> mpeg2DisplaySize(AVFormatContext& format,
+                                                    const AVStream& video) {
+    if (video.codecpar->codec_id != AV_CODEC_ID_MPEG2VIDEO)
+        return std::nullopt;
+    const std::unique_ptr<AVCodecParserContext, decltype(&av_parser_close)> parser(
+        av_parser_init(AV_CODEC_ID_MPEG2VIDEO), av_parser_close);
+    AVCodecContext* raw = avcodec_alloc_context3(nullptr);
+    const std::unique_ptr<AVCodecContext, void (*)(AVCodecContext*)> context(
+        raw, [](AVCodecContext* c) { avcodec_free_context(&c); });
+    AVPacket* rawPacket = av_packet_alloc();
+    const std::unique_ptr<AVPacket, void (*)(AVPacket*)> packet(
+        rawPacket, [](AVPacket* p) { av_packet_free(&p); });
+    if (!parser || !context || !packet)
+        return std::nullopt;
+    // The first few packets are enough: the header leads the first picture.
+    for (int read = 0; read < 16 && av_read_frame(&format, packet.get()) >= 0; ++read) {
+        const bool ours = packet->stream_index == video.index;
+        if (ours) {
+            std::uint8_t* out = nullptr;
+            int outSize = 0;
+            av_parser_parse2(parser.get(), context.get(), &out, &outSize, packet->data,
+                             packet->size, packet->pts, packet->dts, packet->pos);
+        }
+        av_packet_unref(packet.get());
+        if (ours && parser->width > 0 && parser->height > 0)
+            return std::pair{parser->width, parser->height};
+    }
+    return std::nullopt;
 }
 
 const AVStream* firstVideoStream(const AVFormatContext& format) {
@@ -336,6 +370,10 @@ std::optional<ClipFile> read(ByteSource& source, const std::string& path) {
     if (video->codecpar->width > 0) {
         clip.width = video->codecpar->width;
         clip.height = video->codecpar->height;
+    }
+    if (const auto shown = mpeg2DisplaySize(format, *video)) {
+        clip.width = shown->first;
+        clip.height = shown->second;
     }
     // The sound as it is: every audio stream's channels, at the first stream's rate; a
     // movie without sound has none.

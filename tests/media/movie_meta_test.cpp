@@ -92,6 +92,15 @@ TEST(MovieMeta, ReportsTheSoundAsItIs) {
     EXPECT_EQ(read({.container = Container::Mxf, .withAudio = true}).first, 1);
 }
 
+TEST(MovieMeta, AnMpeg2MxfHasThePictureSizeItShows) {
+    // MPEG-2 stores whole macroblocks: 36 lines are kept as 48, but 36 are shown.
+    const auto clip = MediaReader::read(
+        fixtures::cachedMovie({.container = fixtures::Container::Mxf, .width = 64, .height = 36}));
+    ASSERT_TRUE(clip);
+    EXPECT_EQ(clip->width, 64);
+    EXPECT_EQ(clip->height, 36);
+}
+
 TEST(MovieMeta, MissingPartsAndUnreadableMovies) {
     // No timecode track and no date: still a record.
     const auto bare = MediaReader::read(fixtures::cachedMovie(
