@@ -7,6 +7,8 @@
 #include <QSettings>
 #include <QString>
 
+#include <nlohmann/json.hpp>
+
 #include <cstdio>
 #include <ostream>
 #include <vector>
@@ -96,7 +98,11 @@ int runClock(std::span<const std::string> args, Io& io) {
     const std::string where = server->text().toStdString();
 
     if (parsed->isSet("json")) {
-        io.out << "{\"server\": \"" << where << "\", \"samples\": [";
+        // The host is whatever was typed or configured; JSON needs it quoted and escaped.
+        io.out << "{\"server\": "
+               << nlohmann::json(where).dump(-1, ' ', false,
+                                             nlohmann::json::error_handler_t::replace)
+               << ", \"samples\": [";
         for (std::size_t i = 0; i < outcomes.size(); ++i) {
             io.out << (i ? ", " : "");
             if (const auto* sample = std::get_if<Sntp::Sample>(&outcomes[i]))

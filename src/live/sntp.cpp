@@ -76,19 +76,40 @@ std::optional<Server> Server::parse(const QString& text) {
     const QString trimmed = text.trimmed();
     if (trimmed.isEmpty())
         return std::nullopt;
-    const auto colon = trimmed.lastIndexOf(u':');
-    // One colon separates the port; more than one is an IPv6 address without a port.
-    if (colon < 0 || trimmed.indexOf(u':') != colon)
-        return Server{trimmed, defaultPort};
+    QString host = trimmed;
+    QString port;
+    if (trimmed.startsWith(u'[')) {
+        // "[v6 address]" or "[v6 address]:port".
+        const auto close = trimmed.indexOf(u']');
+        if (close < 2)
+            return std::nullopt;
+        host = trimmed.mid(1, close - 1);
+        const QString rest = trimmed.mid(close + 1);
+        if (!rest.isEmpty() && !rest.startsWith(u':'))
+            return std::nullopt;
+        port = rest.mid(1);
+        if (!rest.isEmpty() && port.isEmpty())
+            return std::nullopt;
+    } else if (const auto colon = trimmed.lastIndexOf(u':');
+               colon >= 0 && trimmed.indexOf(u':') == colon) {
+        // One colon separates the port; more than one is a bare v6 address.
+        host = trimmed.left(colon);
+        port = trimmed.mid(colon + 1);
+        if (host.isEmpty())
+            return std::nullopt;
+    }
+    if (port.isEmpty())
+        return Server{host, defaultPort};
     bool ok = false;
-    const uint port = trimmed.mid(colon + 1).toUInt(&ok);
-    if (!ok || port == 0 || port > 65535 || colon == 0)
+    const uint number = port.toUInt(&ok);
+    if (!ok || number == 0 || number > 65535)
         return std::nullopt;
-    return Server{trimmed.left(colon), std::uint16_t(port)};
+    return Server{host, std::uint16_t(number)};
 }
 
 QString Server::text() const {
-    return host + u':' + QString::number(port);
+    const QString shown = host.contains(u':') ? u'[' + host + u']' : host;
+    return shown + u':' + QString::number(port);
 }
 
 Server configuredServer(const QSettings& settings) {
@@ -128,25 +149,27 @@ void exchange(const Server& server, const ExchangeOptions& options, QObject* con
     run->timer.setTimerType(Qt::PreciseTimer);
     QObject::connect(&run->timer, &QTimer::timeout, run, [finish] { finish(Failure::timeout); });
     QObject::connect(&run->socket, &QUdpSocket::errorOccurred, run,
-                     [finish] { finish(Failure::unreachable); });
+                     [finish](QAbstractSocket::SocketError error) {
+                         // "Try again" is no answer yet; the time limit still stands.
+                         if (error != QAbstractSocket::TemporaryError)
+                             finish(Failure::unreachable);
+                     });
     QObject::connect(&run->socket, &QUdpSocket::connected, run, [run, wallClock] {
         const auto packet = request();
         run->t1 = wallClock();
         run->socket.write(reinterpret_cast<const char*>(packet.data()), qint64(packet.size()));
     });
     QObject::connect(&run->socket, &QUdpSocket::readyRead, run, [run, finish, wallClock] {
-        while (run->socket.hasPendingDatagrams()) {
-            const qint64 size = run->socket.pendingDatagramSize();
-            QByteArray datagram(size > 0 ? size : 0, '\0');
-            const qint64 got = run->socket.readDatagram(datagram.data(), datagram.size());
-            if (got < 0)
-                continue;
-            const double t4 = wallClock();
-            finish(readReply(
-                {reinterpret_cast<const std::uint8_t*>(datagram.constData()), std::size_t(got)},
-                run->t1, t4));
-            return;
-        }
+        // Read at once, without asking for the size first: that peek swallows the "port
+        // unreachable" a closed port sends back, which a read reports as an error. Longer
+        // replies (extension fields) are cut; only the first 48 bytes are read.
+        std::array<char, 512> datagram{};
+        const qint64 got = run->socket.readDatagram(datagram.data(), qint64(datagram.size()));
+        if (got < 0)
+            return; // reported through errorOccurred
+        const double t4 = wallClock();
+        finish(readReply({reinterpret_cast<const std::uint8_t*>(datagram.data()), std::size_t(got)},
+                         run->t1, t4));
     });
     run->timer.start(options.timeout);
     run->socket.connectToHost(server.host, server.port);

@@ -46,13 +46,13 @@ Outcome readReply(std::span<const std::uint8_t> reply, double t1, double t4);
 // none gave a sample.
 std::optional<Sample> best(std::span<const std::optional<Sample>> samples);
 
-// "host[:port]", port 123 when left out.
+// "host[:port]", port 123 when left out; a v6 address as "[addr]:port", or bare without one.
 struct Server {
     QString host;
     std::uint16_t port = defaultPort;
 
     static std::optional<Server> parse(const QString& text);
-    QString text() const; // "host:port"
+    QString text() const; // "host:port", "[v6 address]:port"
     friend bool operator==(const Server&, const Server&) = default;
 };
 

@@ -98,6 +98,20 @@ TEST_F(ClockTest, AReplyAfterTheTimeoutDoesNotCompleteTheSampleAgain) {
     EXPECT_EQ(late.outcome, Sntp::Outcome(Sntp::Failure::timeout));
 }
 
+TEST_F(ClockTest, AClosedPortIsReportedUnreachableNotTimedOut) {
+    quint16 closed = 0;
+    {
+        QUdpSocket probe;
+        probe.bind(QHostAddress(QHostAddress::LocalHost), 0);
+        closed = probe.localPort();
+    }
+    // A limit far beyond loopback's answer: a timeout here means the refusal was lost.
+    const auto refused =
+        exchangeWith(QStringLiteral("127.0.0.1:%1").arg(closed), std::chrono::seconds(8));
+    EXPECT_EQ(refused.outcome, Sntp::Outcome(Sntp::Failure::unreachable));
+    EXPECT_EQ(refused.completions, 1);
+}
+
 TEST_F(ClockTest, RequestAndServerAddresses) {
     const auto request = Sntp::request();
     EXPECT_EQ(request[0], 0x23);
@@ -108,6 +122,15 @@ TEST_F(ClockTest, RequestAndServerAddresses) {
     EXPECT_FALSE(Sntp::Server::parse("host:0"));
     EXPECT_FALSE(Sntp::Server::parse("host:70000"));
     EXPECT_FALSE(Sntp::Server::parse(""));
+    EXPECT_EQ(Sntp::Server::parse("[::1]:1123"), (Sntp::Server{"::1", 1123}));
+    EXPECT_EQ(Sntp::Server::parse("[fe80::1]"), (Sntp::Server{"fe80::1", 123}));
+    EXPECT_FALSE(Sntp::Server::parse("[::1]1123"));
+    EXPECT_FALSE(Sntp::Server::parse("[::1]:"));
+    EXPECT_FALSE(Sntp::Server::parse("[]:123"));
+    EXPECT_FALSE(Sntp::Server::parse(":123"));
+    // What is shown parses back to the same server.
+    for (const auto& server : {Sntp::Server{"::1", 1123}, Sntp::Server{"time.example.org", 123}})
+        EXPECT_EQ(Sntp::Server::parse(server.text()), server);
 }
 
 // A clock on its own settings file and a controllable wall clock; its samples come from
