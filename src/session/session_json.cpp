@@ -1,4 +1,5 @@
 // The log's file form: compact JSON, keys in byte order, absent optionals left out.
+#include "session/json_read.h"
 #include "session/json_text.h"
 #include "session/session_doc.h"
 
@@ -6,7 +7,6 @@
 
 namespace korvalume {
 
-using jsontext::JsonReader;
 using jsontext::JsonTextError;
 
 namespace {
@@ -114,39 +114,45 @@ void withinElement(std::string_view array, std::size_t index, Write&& write) {
 
 // ---- Reading ----
 
-Uuid readUuid(JsonReader& reader, std::string_view what) {
-    const std::string text = reader.readString(what);
-    auto uuid = Uuid::parse(text);
+using jsonread::Reader;
+using jsonread::Value;
+
+// Deeper nesting than this is refused, even inside values nobody reads.
+constexpr int maxDepth = 256;
+
+Uuid readUuid(Reader& reader, Value& value, std::string_view what) {
+    auto uuid = Uuid::parse(reader.readString(value, what));
     if (!uuid)
         throw JsonTextError("\"" + std::string(what) + "\" is not a UUID");
     return *uuid;
 }
 
 template <class Enum, class Parse>
-Enum readCase(JsonReader& reader, std::string_view what, Parse&& parse) {
-    const std::string text = reader.readString(what);
-    auto value = parse(text);
-    if (!value)
-        throw JsonTextError("\"" + std::string(what) + "\" has the unknown value \"" + text + "\"");
-    return *value;
+Enum readCase(Reader& reader, Value& value, std::string_view what, Parse&& parse) {
+    const std::string_view text = reader.readString(value, what);
+    auto parsed = parse(text);
+    if (!parsed)
+        throw JsonTextError("\"" + std::string(what) + "\" has the unknown value \"" +
+                            std::string(text) + "\"");
+    return *parsed;
 }
 
 [[noreturn]] void missing(std::string_view key) {
     throw JsonTextError("\"" + std::string(key) + "\" is missing");
 }
 
-FrameRate readFrameRate(JsonReader& reader) {
+FrameRate readFrameRate(Reader& reader, Value& value) {
     FrameRate rate;
     std::bitset<2> seen;
-    reader.readObject("fps", [&](std::string_view key) {
+    reader.readObject(value, "fps", [&](std::string_view key, Value& member) {
         if (key == "timebase") {
-            rate.timebase = reader.readInt("fps.timebase");
+            rate.timebase = reader.readInt(member, "fps.timebase");
             seen[0] = true;
         } else if (key == "ntsc") {
-            rate.ntsc = reader.readBool("fps.ntsc");
+            rate.ntsc = reader.readBool(member, "fps.ntsc");
             seen[1] = true;
         } else {
-            reader.skipValue();
+            reader.skipValue(member);
         }
     });
     if (!seen[0])
@@ -158,46 +164,46 @@ FrameRate readFrameRate(JsonReader& reader) {
 
 // Cameras of older phones carry only id, name and link; every other key has a
 // default, and a null counts as absent.
-Camera readCamera(JsonReader& reader) {
+Camera readCamera(Reader& reader, Value& value) {
     Camera camera;
     bool hasID = false;
     bool hasName = false;
     bool hasLink = false;
-    const auto readText = [&](std::string& field, std::string_view key) {
-        if (!reader.skipNull())
-            field = reader.readString(key);
+    const auto readText = [&](std::string& field, Value& member, std::string_view key) {
+        if (!reader.skipNull(member))
+            field = reader.readString(member, key);
     };
-    reader.readObject("camera", [&](std::string_view key) {
+    reader.readObject(value, "camera", [&](std::string_view key, Value& member) {
         if (key == "id") {
-            camera.id = readUuid(reader, "id");
+            camera.id = readUuid(reader, member, "id");
             hasID = true;
         } else if (key == "name") {
-            camera.name = reader.readString("name");
+            camera.name = reader.readString(member, "name");
             hasName = true;
         } else if (key == "link") {
-            camera.link = readCase<Camera::Link>(reader, "link", Camera::parseLink);
+            camera.link = readCase<Camera::Link>(reader, member, "link", Camera::parseLink);
             hasLink = true;
         } else if (key == "kind") {
-            if (!reader.skipNull())
-                camera.kind = readCase<Camera::Kind>(reader, "kind", Camera::parseKind);
+            if (!reader.skipNull(member))
+                camera.kind = readCase<Camera::Kind>(reader, member, "kind", Camera::parseKind);
         } else if (key == "model") {
-            readText(camera.model, "model");
+            readText(camera.model, member, "model");
         } else if (key == "address") {
-            readText(camera.address, "address");
+            readText(camera.address, member, "address");
         } else if (key == "ownerID") {
-            readText(camera.ownerID, "ownerID");
+            readText(camera.ownerID, member, "ownerID");
         } else if (key == "ownerName") {
-            readText(camera.ownerName, "ownerName");
+            readText(camera.ownerName, member, "ownerName");
         } else if (key == "note") {
-            readText(camera.note, "note");
+            readText(camera.note, member, "note");
         } else if (key == "removed") {
-            if (!reader.skipNull())
-                camera.removed = reader.readBool("removed");
+            if (!reader.skipNull(member))
+                camera.removed = reader.readBool(member, "removed");
         } else if (key == "updatedAt") {
-            if (!reader.skipNull())
-                camera.updatedAt = reader.readDouble("updatedAt");
+            if (!reader.skipNull(member))
+                camera.updatedAt = reader.readDouble(member, "updatedAt");
         } else {
-            reader.skipValue();
+            reader.skipValue(member);
         }
     });
     if (!hasName)
@@ -209,32 +215,36 @@ Camera readCamera(JsonReader& reader) {
     return camera;
 }
 
-SyncEvent readEvent(JsonReader& reader) {
+SyncEvent readEvent(Reader& reader, Value& value) {
     SyncEvent event;
     bool hasID = false;
     bool hasKind = false;
     bool hasAt = false;
-    reader.readObject("event", [&](std::string_view key) {
+    reader.readObject(value, "event", [&](std::string_view key, Value& member) {
         if (key == "id") {
-            event.id = readUuid(reader, "id");
+            event.id = readUuid(reader, member, "id");
             hasID = true;
         } else if (key == "kind") {
-            event.kind = readCase<SyncEvent::Kind>(reader, "kind", SyncEvent::parseKind);
+            event.kind = readCase<SyncEvent::Kind>(reader, member, "kind", SyncEvent::parseKind);
             hasKind = true;
         } else if (key == "at") {
-            event.at = reader.readDouble("at");
+            event.at = reader.readDouble(member, "at");
             hasAt = true;
         } else if (key == "cameraID") {
-            event.cameraID =
-                reader.skipNull() ? std::nullopt : std::optional(readUuid(reader, "cameraID"));
+            event.cameraID = reader.skipNull(member)
+                                 ? std::nullopt
+                                 : std::optional(readUuid(reader, member, "cameraID"));
         } else if (key == "timecode") {
             event.timecode =
-                reader.skipNull() ? std::nullopt : std::optional(reader.readString("timecode"));
+                reader.skipNull(member)
+                    ? std::nullopt
+                    : std::optional(std::string(reader.readString(member, "timecode")));
         } else if (key == "label") {
-            event.label =
-                reader.skipNull() ? std::nullopt : std::optional(reader.readString("label"));
+            event.label = reader.skipNull(member)
+                              ? std::nullopt
+                              : std::optional(std::string(reader.readString(member, "label")));
         } else {
-            reader.skipValue();
+            reader.skipValue(member);
         }
     });
     if (!hasAt)
@@ -247,11 +257,11 @@ SyncEvent readEvent(JsonReader& reader) {
 }
 
 template <class Read>
-void readElements(JsonReader& reader, std::string_view array, Read&& readOne) {
-    reader.readArray(array, [&](std::size_t index) {
+void readElements(Reader& reader, Value& value, std::string_view array, Read&& readOne) {
+    reader.readArray(value, array, [&](std::size_t index, Value& element) {
         try {
-            readOne();
-        } catch (const jsontext::JsonSyntaxError&) {
+            readOne(element);
+        } catch (const jsonread::JsonSyntaxError&) {
             throw; // the byte offset says where
         } catch (const JsonTextError& error) {
             throw JsonTextError(std::string(array) + "[" + std::to_string(index) +
@@ -260,43 +270,51 @@ void readElements(JsonReader& reader, std::string_view array, Read&& readOne) {
     });
 }
 
-SessionDoc readDoc(JsonReader& reader) {
+SessionDoc readDoc(Reader& reader) {
     SessionDoc doc;
     std::bitset<6> seen; // cameras, events, fps, id, name, startedAt
-    reader.readObject("session log", [&](std::string_view key) {
+    Value root = reader.root(simdjson::ondemand::json_type::object, "session log");
+    reader.readObject(root, "session log", [&](std::string_view key, Value& member) {
         if (key == "cameras") {
             doc.cameras.clear();
-            readElements(reader, "cameras", [&] { doc.cameras.push_back(readCamera(reader)); });
+            readElements(reader, member, "cameras", [&](Value& element) {
+                doc.cameras.push_back(readCamera(reader, element));
+            });
             seen[0] = true;
         } else if (key == "events") {
             doc.events.clear();
-            readElements(reader, "events", [&] { doc.events.push_back(readEvent(reader)); });
+            readElements(reader, member, "events",
+                         [&](Value& element) { doc.events.push_back(readEvent(reader, element)); });
             seen[1] = true;
         } else if (key == "fps") {
-            doc.fps = readFrameRate(reader);
+            doc.fps = readFrameRate(reader, member);
             seen[2] = true;
         } else if (key == "id") {
-            doc.id = readUuid(reader, "id");
+            doc.id = readUuid(reader, member, "id");
             seen[3] = true;
         } else if (key == "name") {
-            doc.name = reader.readString("name");
+            doc.name = reader.readString(member, "name");
             seen[4] = true;
         } else if (key == "startedAt") {
-            doc.startedAt = reader.readDouble("startedAt");
+            doc.startedAt = reader.readDouble(member, "startedAt");
             seen[5] = true;
         } else if (key == "endedAt") {
-            doc.endedAt =
-                reader.skipNull() ? std::nullopt : std::optional(reader.readDouble("endedAt"));
+            doc.endedAt = reader.skipNull(member)
+                              ? std::nullopt
+                              : std::optional(reader.readDouble(member, "endedAt"));
         } else if (key == "endedForAll") {
-            doc.endedForAll =
-                reader.skipNull() ? std::nullopt : std::optional(reader.readDouble("endedForAll"));
+            doc.endedForAll = reader.skipNull(member)
+                                  ? std::nullopt
+                                  : std::optional(reader.readDouble(member, "endedForAll"));
         } else if (key == "zone") {
-            doc.zone = reader.skipNull() ? std::nullopt : std::optional(reader.readInt("zone"));
+            doc.zone = reader.skipNull(member) ? std::nullopt
+                                               : std::optional(reader.readInt(member, "zone"));
         } else if (key == "ownerID") {
-            doc.ownerID =
-                reader.skipNull() ? std::nullopt : std::optional(reader.readString("ownerID"));
+            doc.ownerID = reader.skipNull(member)
+                              ? std::nullopt
+                              : std::optional(std::string(reader.readString(member, "ownerID")));
         } else {
-            reader.skipValue();
+            reader.skipValue(member);
         }
     });
     reader.expectEnd();
@@ -379,7 +397,7 @@ Result<std::string> SessionDoc::encoded() const {
 
 Result<SessionDoc> SessionDoc::decode(std::string_view data) {
     try {
-        JsonReader reader(data);
+        Reader reader(data, maxDepth);
         return readDoc(reader);
     } catch (const JsonTextError& error) {
         return Result<SessionDoc>::failure(error.what());

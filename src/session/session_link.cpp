@@ -1,5 +1,6 @@
 #include "session/session_link.h"
 
+#include "session/json_read.h"
 #include "session/json_text.h"
 #include "time/time_json.h"
 
@@ -43,69 +44,204 @@ std::optional<std::string> decodeBase64Url(std::string_view payload) {
     return decoded.decoded.toStdString();
 }
 
-// The JSON of a link is small and untrusted: refuse deep nesting before
-// nlohmann builds a tree of it.
-std::optional<nlohmann::json> parseSmallJson(std::string_view text) {
-    if (jsontext::nestingDepth(text, 16) > 16)
-        return std::nullopt;
-    auto parsed = nlohmann::json::parse(text, nullptr, false);
-    if (parsed.is_discarded())
-        return std::nullopt;
-    return parsed;
+using jsonread::Reader;
+using jsonread::Value;
+using simdjson::ondemand::json_type;
+
+// The JSON of a link is small and untrusted: deep nesting is refused.
+constexpr int linkDepth = 16;
+
+// A value of the wrong type: the link does not read, but the rest of its
+// text is still checked.
+struct WrongValue {};
+
+// Reads a value of `type` with `read`, or skips it whole and throws WrongValue.
+template <class Read> auto readTyped(Reader& reader, Value& value, json_type type, Read&& read) {
+    if (reader.typeOf(value) != type) {
+        reader.skipValue(value);
+        throw WrongValue{};
+    }
+    try {
+        return read();
+    } catch (const jsonread::JsonSyntaxError&) {
+        throw;
+    } catch (const jsonread::NumberRangeError&) {
+        throw;
+    } catch (const jsontext::JsonTextError&) {
+        throw WrongValue{}; // a number that is not a whole one
+    }
 }
 
-std::optional<SessionLink> fromArrayForm(std::string_view payload) {
-    const auto bytes = decodeBase64Url(payload);
-    if (!bytes)
-        return std::nullopt;
-    const auto parsed = parseSmallJson(*bytes);
-    if (!parsed || !parsed->is_array() || parsed->size() < 6)
-        return std::nullopt;
-    const auto& array = *parsed;
-    try {
-        if (json::asInt(array[0], "version") != linkVersion)
-            return std::nullopt;
-        if (!array[1].is_string() || !array[2].is_string())
-            return std::nullopt;
-        auto id = Uuid::parse(array[1].get_ref<const std::string&>());
-        if (!id)
-            return std::nullopt;
-        SessionLink link;
-        link.id = *id;
-        link.name = array[2].get<std::string>();
-        link.fps.timebase = json::asInt(array[3], "timebase");
-        link.fps.ntsc = json::asInt(array[4], "ntsc") == 1;
-        link.startedAt = json::asDouble(array[5], "startedAt");
-        // The optional tail is taken where it has the right type, else left out.
-        if (array.size() > 6 && array[6].is_number()) {
-            try {
-                link.zone = json::asInt(array[6], "zone");
-            } catch (const JsonError&) {
-                link.zone.reset();
-            }
+std::int64_t readInt(Reader& reader, Value& value) {
+    return readTyped(reader, value, json_type::number,
+                     [&] { return reader.readInt(value, "int"); });
+}
+
+std::string readString(Reader& reader, Value& value) {
+    return readTyped(reader, value, json_type::string,
+                     [&] { return std::string(reader.readString(value, "string")); });
+}
+
+double readDouble(Reader& reader, Value& value) {
+    return readTyped(reader, value, json_type::number,
+                     [&] { return reader.readDouble(value, "double"); });
+}
+
+bool readBool(Reader& reader, Value& value) {
+    return readTyped(reader, value, json_type::boolean,
+                     [&] { return reader.readBool(value, "bool"); });
+}
+
+// The last value of a repeated key counts, good or wrong.
+template <class T> struct Latest {
+    T value{};
+    bool present = false;
+    bool wrong = false;
+
+    template <class Read> void take(Read&& read) {
+        present = true;
+        try {
+            value = read();
+            wrong = false;
+        } catch (const WrongValue&) {
+            wrong = true;
         }
-        if (array.size() > 7 && array[7].is_string())
-            link.ownerID = array[7].get<std::string>();
+    }
+    bool good() const { return present && !wrong; }
+};
+
+// Reads the payload's JSON whole with `read`; nullopt when any of it is wrong.
+template <class Read>
+std::optional<SessionLink> readPayload(std::string_view payload, json_type rootType, Read&& read) {
+    const auto bytes = decodeBase64Url(payload);
+    if (!bytes)
+        return std::nullopt;
+    try {
+        Reader reader(*bytes, linkDepth);
+        Value root = reader.root(rootType, "link");
+        auto link = read(reader, root);
+        reader.expectEnd();
         return link;
-    } catch (const JsonError&) {
+    } catch (const WrongValue&) {
+        return std::nullopt;
+    } catch (const jsontext::JsonTextError&) {
         return std::nullopt;
     }
 }
 
+// [2, id, name, timebase, ntsc as 0 or 1, startedAt, zone or null, ownerID or null]
+std::optional<SessionLink> fromArrayForm(std::string_view payload) {
+    return readPayload(payload, json_type::array,
+                       [](Reader& reader, Value& root) -> std::optional<SessionLink> {
+                           SessionLink link;
+                           std::optional<Uuid> id;
+                           std::int64_t version = 0;
+                           std::size_t count = 0;
+                           reader.readArray(root, "link", [&](std::size_t index, Value& element) {
+                               count = index + 1;
+                               switch (index) {
+                               case 0:
+                                   version = readInt(reader, element);
+                                   break;
+                               case 1:
+                                   id = Uuid::parse(readString(reader, element));
+                                   break;
+                               case 2:
+                                   link.name = readString(reader, element);
+                                   break;
+                               case 3:
+                                   link.fps.timebase = readInt(reader, element);
+                                   break;
+                               case 4:
+                                   link.fps.ntsc = readInt(reader, element) == 1;
+                                   break;
+                               case 5:
+                                   link.startedAt = readDouble(reader, element);
+                                   break;
+                               // The optional tail is taken where it has the right type, else left
+                               // out.
+                               case 6:
+                                   try {
+                                       link.zone = readInt(reader, element);
+                                   } catch (const WrongValue&) {
+                                       link.zone.reset();
+                                   }
+                                   break;
+                               case 7:
+                                   try {
+                                       link.ownerID = readString(reader, element);
+                                   } catch (const WrongValue&) {
+                                       link.ownerID.reset();
+                                   }
+                                   break;
+                               default:
+                                   reader.skipValue(element);
+                               }
+                           });
+                           if (count < 6 || version != linkVersion || !id)
+                               return std::nullopt;
+                           link.id = *id;
+                           return link;
+                       });
+}
+
+// {"id", "name", "fps": {"timebase", "ntsc"}, "startedAt"} and optional "zone"
+// and "ownerID", where null counts as absent.
 std::optional<SessionLink> fromKeyedForm(std::string_view payload) {
-    const auto bytes = decodeBase64Url(payload);
-    if (!bytes)
-        return std::nullopt;
-    const auto parsed = parseSmallJson(*bytes);
-    if (!parsed)
-        return std::nullopt;
-    try {
-        return parsed->get<SessionLink>();
-    } catch (const JsonError&) {
-        return std::nullopt;
-    } catch (const nlohmann::json::exception&) {
-        return std::nullopt;
-    }
+    return readPayload(
+        payload, json_type::object, [](Reader& reader, Value& root) -> std::optional<SessionLink> {
+            Latest<std::string> id;
+            Latest<std::string> name;
+            Latest<FrameRate> fps;
+            Latest<double> startedAt;
+            Latest<std::optional<std::int64_t>> zone;
+            Latest<std::optional<std::string>> ownerID;
+            const auto orNull = [&](Value& value, auto&& read) {
+                return reader.skipNull(value) ? std::nullopt : std::optional(read(reader, value));
+            };
+            reader.readObject(root, "link", [&](std::string_view key, Value& member) {
+                if (key == "id") {
+                    id.take([&] { return readString(reader, member); });
+                } else if (key == "name") {
+                    name.take([&] { return readString(reader, member); });
+                } else if (key == "startedAt") {
+                    startedAt.take([&] { return readDouble(reader, member); });
+                } else if (key == "zone") {
+                    zone.take([&] { return orNull(member, readInt); });
+                } else if (key == "ownerID") {
+                    ownerID.take([&] { return orNull(member, readString); });
+                } else if (key == "fps") {
+                    fps.take([&] {
+                        return readTyped(reader, member, json_type::object, [&] {
+                            Latest<std::int64_t> timebase;
+                            Latest<bool> ntsc;
+                            reader.readObject(
+                                member, "fps", [&](std::string_view fpsKey, Value& item) {
+                                    if (fpsKey == "timebase")
+                                        timebase.take([&] { return readInt(reader, item); });
+                                    else if (fpsKey == "ntsc")
+                                        ntsc.take([&] { return readBool(reader, item); });
+                                    else
+                                        reader.skipValue(item);
+                                });
+                            if (!timebase.good() || !ntsc.good())
+                                throw WrongValue{};
+                            return FrameRate{timebase.value, ntsc.value};
+                        });
+                    });
+                } else {
+                    reader.skipValue(member);
+                }
+            });
+            if (!id.good() || !name.good() || !fps.good() || !startedAt.good() || zone.wrong ||
+                ownerID.wrong)
+                return std::nullopt;
+            const auto uuid = Uuid::parse(id.value);
+            if (!uuid)
+                return std::nullopt;
+            return SessionLink{*uuid,           name.value, fps.value,
+                               startedAt.value, zone.value, ownerID.value};
+        });
 }
 
 } // namespace
@@ -184,27 +320,6 @@ void to_json(nlohmann::json& out, const SessionLink& link) {
         out["zone"] = *link.zone;
     if (link.ownerID)
         out["ownerID"] = *link.ownerID;
-}
-
-void from_json(const nlohmann::json& in, SessionLink& link) {
-    auto id = Uuid::parse(json::requireString(in, "id"));
-    if (!id)
-        throw JsonError("\"id\" is not a UUID");
-    link.id = *id;
-    link.name = json::requireString(in, "name");
-    link.fps = json::require(in, "fps").get<FrameRate>();
-    link.startedAt = json::requireDouble(in, "startedAt");
-    const auto zone = in.find("zone");
-    link.zone = zone == in.end() || zone->is_null() ? std::nullopt
-                                                    : std::optional(json::asInt(*zone, "zone"));
-    const auto owner = in.find("ownerID");
-    if (owner == in.end() || owner->is_null()) {
-        link.ownerID.reset();
-    } else if (owner->is_string()) {
-        link.ownerID = owner->get<std::string>();
-    } else {
-        throw JsonError("\"ownerID\" is not a string");
-    }
 }
 
 } // namespace korvalume

@@ -39,9 +39,8 @@ struct SessionLink {
     friend bool operator==(const SessionLink&, const SessionLink&) = default;
 };
 
-// The keyed JSON form; reading throws JsonError (time/time_json.h) naming the key.
+// Writes the keyed JSON form, which parse() reads behind the custom scheme.
 void to_json(nlohmann::json& out, const SessionLink& link);
-void from_json(const nlohmann::json& in, SessionLink& link);
 
 } // namespace korvalume
 

@@ -158,6 +158,52 @@ TEST(SessionFile, RefusesMalformedLogsWithTheReason) {
     }
 }
 
+TEST(SessionFile, ChecksTheWholeTextEvenValuesItSkips) {
+    const auto withUnknown = [](const std::string& value) {
+        return R"({"cameras":[],"events":[],"x":)" + value + "," + std::string(sessionKeys) + "}";
+    };
+    const auto nested = [](int depth) {
+        return std::string(std::size_t(depth), '[') + std::string(std::size_t(depth), ']');
+    };
+    // The log itself is one level: 255 more are allowed, 256 are not.
+    for (const std::string& value :
+         {nested(255), std::string(R"("\ud83d\ude00")"), std::string(R"({"q":[1,{"r":null}]})"),
+          std::string("123456789012345678901234567890"), std::string("-1e-400")}) {
+        const auto result = SessionDoc::decode(withUnknown(value));
+        EXPECT_TRUE(result) << value << ": " << result.error();
+    }
+    const std::pair<std::string, std::string> refused[] = {
+        {"[1,2 3]", "malformed JSON at byte"},
+        {"[1,]", "malformed JSON at byte"},
+        {"tru", "unknown literal"},
+        {"01", "bad number"},
+        {R"("\ud800")", "bad string or escape"},
+        {R"("\udc00")", "bad string or escape"},
+        {R"("\q")", "bad string or escape"},
+        {"\"a\x01\"", "control character in a string"},
+        {"1e999", "out of the range of a double"},
+        {nested(256), "nested too deeply"},
+    };
+    for (const auto& [value, reason] : refused) {
+        const auto result = SessionDoc::decode(withUnknown(value));
+        ASSERT_FALSE(result) << value;
+        EXPECT_NE(result.error().find(reason), std::string::npos)
+            << value << ": " << result.error();
+    }
+}
+
+TEST(SessionFile, ToleratesAByteOrderMarkAndReadsARepeatedKeyAgain) {
+    const std::string text =
+        R"({"cameras":[],"events":[],"name":"FIRST",)" + std::string(sessionKeys) + "}";
+    const auto decoded = SessionDoc::decode("\xEF\xBB\xBF" + text);
+    ASSERT_TRUE(decoded) << decoded.error();
+    EXPECT_EQ(decoded->name, "SHOOT 15 NOV"); // the last "name" counts
+    EXPECT_EQ(SessionDoc::decode(R"({"a":)").error(), "malformed JSON at byte 5: unexpected end");
+    EXPECT_EQ(SessionDoc::decode("\xEF\xBB\xBF" + text + "}").error(),
+              "malformed JSON at byte " + std::to_string(text.size() + 3) +
+                  ": unexpected text after the end");
+}
+
 TEST(SessionFile, NextCameraNameTakesTheFirstFreeLetter) {
     SessionDoc doc = session();
     doc.cameras = {camera(1, "cam b"), camera(2, "CAM A")}; // compared upper-cased

@@ -84,6 +84,42 @@ TEST(SessionLink, ReadsTheKeyedFormBehindTheCustomScheme) {
     EXPECT_FALSE(SessionLink::parse("korvalume://join/" + base64Url(keyed.dump())));
 }
 
+TEST(SessionLink, ChecksTheWholePayloadAndTakesTheLastOfARepeatedKey) {
+    const std::string head = R"([2,")" + sessionID + R"(","A",25,0,1)";
+    const auto nested = [](int depth) {
+        return std::string(std::size_t(depth), '[') + std::string(std::size_t(depth), ']');
+    };
+    // Sixteen levels in all, the array itself included.
+    EXPECT_TRUE(SessionLink::parse(fragmentLink(head + ",null,null," + nested(15) + "]")));
+    for (const std::string& tail : {",null,null," + nested(16), std::string(",null,null,[1 2]"),
+                                    std::string(",null,null,tru"), std::string(",1e999"),
+                                    std::string(R"(,null,"\ud800")"), std::string("] x")})
+        EXPECT_FALSE(SessionLink::parse(fragmentLink(head + tail + "]"))) << tail;
+    // A zone or owner of the wrong type is left out.
+    const auto loose = SessionLink::parse(fragmentLink(head + R"(,1.5,7])"));
+    ASSERT_TRUE(loose);
+    EXPECT_FALSE(loose->zone);
+    EXPECT_FALSE(loose->ownerID);
+
+    nlohmann::json keyed = sampleLink();
+    const std::string base = keyed.dump();
+    const std::string expectedName = R"("name":"SHOOT 15 NOV")";
+    ASSERT_NE(base.find(expectedName), std::string::npos);
+    // A wrong first value is replaced by a right one, and the other way round.
+    std::string repeated = base;
+    repeated.insert(1, R"("name":5,)");
+    EXPECT_EQ(SessionLink::parse("korvalume://join/" + base64Url(repeated)), sampleLink());
+    repeated = base;
+    repeated.insert(repeated.size() - 1, R"(,"name":5)");
+    EXPECT_FALSE(SessionLink::parse("korvalume://join/" + base64Url(repeated)));
+    repeated = base;
+    repeated.insert(repeated.size() - 1, R"(,"zone":"east")");
+    EXPECT_FALSE(SessionLink::parse("korvalume://join/" + base64Url(repeated)));
+    repeated = base;
+    repeated.insert(repeated.size() - 1, R"(,"extra":[1,])");
+    EXPECT_FALSE(SessionLink::parse("korvalume://join/" + base64Url(repeated)));
+}
+
 TEST(SessionLink, RefusesAnythingButAJoinLink) {
     const std::string nested = std::string(100, '[') + std::string(100, ']');
     for (const std::string& json : {
