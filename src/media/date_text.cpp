@@ -10,47 +10,44 @@ namespace korvalume::DateText {
 
 namespace {
 
-// Groups: 1-6 date and time, 7 fraction, 8 zone ("Z" or signed), 9 sign, 10-11 offset.
-constexpr auto dateTimePattern =
-    R"(^(\d{4})-(\d{2})-(\d{2})[T ](\d{2}):(\d{2}):(\d{2})(\.\d{1,9})?(Z|([+-])(\d{2}):?(\d{2}))?$)";
+// Qt reads more forms than media metadata writes ("24:00", no seconds, "+09",
+// a decimal comma); only this one is a date here. 1: fraction, 2: zone.
+constexpr auto shapePattern =
+    R"(^\d{4}-\d{2}-\d{2}[T ]\d{2}:\d{2}:\d{2}(\.\d{1,9})?(Z|[+-]\d{2}:?\d{2})?$)";
 
-std::optional<double> fromMatch(const QRegularExpressionMatch& match) {
-    const auto number = [&match](int group) { return match.capturedView(group).toInt(); };
-    const QDate date(number(1), number(2), number(3));
-    const QTime time(number(4), number(5), number(6));
-    if (!date.isValid() || !time.isValid())
+enum class Form { internet, container };
+
+std::optional<double> secondsSinceEpoch(std::string_view text, Form form) {
+    static const QRegularExpression shape(QString::fromLatin1(shapePattern));
+    const QString string = QString::fromUtf8(text.data(), qsizetype(text.size()));
+    const auto match = shape.match(string);
+    // Qt also reads "24:00:00" as the next midnight, which no metadata writes.
+    if (!match.hasMatch() || QStringView(string).mid(11, 2) == u"24")
         return std::nullopt;
-    int offsetSeconds = 0;
-    if (match.hasCaptured(9)) {
-        if (number(10) > 23 || number(11) > 59)
-            return std::nullopt;
-        offsetSeconds = (number(10) * 3600 + number(11) * 60) * (match.captured(9) == "-" ? -1 : 1);
-    }
-    double fraction = 0;
-    if (match.hasCaptured(7))
-        fraction = match.captured(7).toDouble();
-    const QDateTime asUtc(date, time, QTimeZone::utc());
-    return double(asUtc.toSecsSinceEpoch() - offsetSeconds) + fraction;
+    const QString zone = match.captured(2);
+    // The strict form: a "T", no fraction, a zone, and a colon in the zone.
+    if (form == Form::internet && (string[10] != u'T' || match.hasCaptured(1) || zone.isEmpty() ||
+                                   (zone != u"Z" && !zone.contains(u':'))))
+        return std::nullopt;
+    // Qt keeps milliseconds; the whole fraction as written is added to whole seconds instead.
+    QDateTime moment =
+        QDateTime::fromString(string.left(10) + u'T' + string.mid(11, 8) + zone, Qt::ISODateWithMs);
+    if (!moment.isValid())
+        return std::nullopt;
+    if (zone.isEmpty())
+        moment.setTimeZone(QTimeZone::utc());
+    const double fraction = match.hasCaptured(1) ? match.captured(1).toDouble() : 0.0;
+    return double(moment.toSecsSinceEpoch()) + fraction;
 }
 
 } // namespace
 
 std::optional<double> internetDateTime(std::string_view text) {
-    static const QRegularExpression pattern(QString::fromLatin1(dateTimePattern));
-    const auto match = pattern.match(QString::fromUtf8(text.data(), qsizetype(text.size())));
-    // The strict form: a "T", no fraction, a zone, and a colon in the zone.
-    if (!match.hasMatch() || text.size() < 11 || text[10] != 'T' || match.hasCaptured(7) ||
-        !match.hasCaptured(8) || (match.hasCaptured(9) && text[text.size() - 3] != ':'))
-        return std::nullopt;
-    return fromMatch(match);
+    return secondsSinceEpoch(text, Form::internet);
 }
 
 std::optional<double> containerDate(std::string_view text) {
-    static const QRegularExpression pattern(QString::fromLatin1(dateTimePattern));
-    const auto match = pattern.match(QString::fromUtf8(text.data(), qsizetype(text.size())));
-    if (!match.hasMatch())
-        return std::nullopt;
-    return fromMatch(match);
+    return secondsSinceEpoch(text, Form::container);
 }
 
 std::string isoUtc(double secondsSinceEpoch) {
