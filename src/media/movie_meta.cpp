@@ -158,22 +158,26 @@ double durationSeconds(const AVFormatContext& format) {
     return longest;
 }
 
-// The picture size an MPEG-2 stream shows, from the sequence header of its first packet
-// (libavcodec's parser reads headers; nothing is decoded). Containers give the stored
-// size, rounded up to whole macroblocks: 1088 lines for 1080.
-std::optional<std::pair<int, int>> mpeg2DisplaySize(AVFormatContext& format,
-                                                    const AVStream& video) {
-    if (video.codecpar->codec_id != AV_CODEC_ID_MPEG2VIDEO)
+// The picture size a stream shows, from the headers of its first packets (libavcodec's
+// parser reads headers; nothing is decoded). For MPEG-2 the container gives the stored
+// size, rounded up to whole macroblocks: 1088 lines for 1080. MPEG-4 Part 2 in a QuickTime
+// file has its size only in the stream.
+std::optional<std::pair<int, int>> parsedPictureSize(AVFormatContext& format,
+                                                     const AVStream& video) {
+    const AVCodecID codec = video.codecpar->codec_id;
+    if (codec != AV_CODEC_ID_MPEG2VIDEO && video.codecpar->width > 0)
         return std::nullopt;
     const std::unique_ptr<AVCodecParserContext, decltype(&av_parser_close)> parser(
-        av_parser_init(AV_CODEC_ID_MPEG2VIDEO), av_parser_close);
+        av_parser_init(int(codec)), av_parser_close);
     AVCodecContext* raw = avcodec_alloc_context3(nullptr);
     const std::unique_ptr<AVCodecContext, void (*)(AVCodecContext*)> context(
         raw, [](AVCodecContext* c) { avcodec_free_context(&c); });
     AVPacket* rawPacket = av_packet_alloc();
     const std::unique_ptr<AVPacket, void (*)(AVPacket*)> packet(
         rawPacket, [](AVPacket* p) { av_packet_free(&p); });
-    if (!parser || !context || !packet)
+    // The stream's own extradata may hold the headers (MPEG-4 Part 2 keeps them there).
+    if (!parser || !context || !packet ||
+        avcodec_parameters_to_context(context.get(), video.codecpar) < 0)
         return std::nullopt;
     // The first few packets are enough: the header leads the first picture.
     for (int read = 0; read < 16 && av_read_frame(&format, packet.get()) >= 0; ++read) {
@@ -185,8 +189,13 @@ std::optional<std::pair<int, int>> mpeg2DisplaySize(AVFormatContext& format,
                              packet->size, packet->pts, packet->dts, packet->pos);
         }
         av_packet_unref(packet.get());
-        if (ours && parser->width > 0 && parser->height > 0)
+        if (!ours)
+            continue;
+        // The MPEG-2 parser reports the shown size itself; others set it on the context.
+        if (parser->width > 0 && parser->height > 0)
             return std::pair{parser->width, parser->height};
+        if (codec != AV_CODEC_ID_MPEG2VIDEO && context->width > 0 && context->height > 0)
+            return std::pair{context->width, context->height};
     }
     return std::nullopt;
 }
@@ -371,7 +380,7 @@ std::optional<ClipFile> read(ByteSource& source, const std::string& path) {
         clip.width = video->codecpar->width;
         clip.height = video->codecpar->height;
     }
-    if (const auto shown = mpeg2DisplaySize(format, *video)) {
+    if (const auto shown = parsedPictureSize(format, *video)) {
         clip.width = shown->first;
         clip.height = shown->second;
     }

@@ -92,13 +92,17 @@ TEST(MovieMeta, ReportsTheSoundAsItIs) {
     EXPECT_EQ(read({.container = Container::Mxf, .withAudio = true}).first, 1);
 }
 
-TEST(MovieMeta, AnMpeg2MxfHasThePictureSizeItShows) {
+TEST(MovieMeta, PictureSizesAsShown) {
     // MPEG-2 stores whole macroblocks: 36 lines are kept as 48, but 36 are shown.
-    const auto clip = MediaReader::read(
-        fixtures::cachedMovie({.container = fixtures::Container::Mxf, .width = 64, .height = 36}));
-    ASSERT_TRUE(clip);
-    EXPECT_EQ(clip->width, 64);
-    EXPECT_EQ(clip->height, 36);
+    // MPEG-4 Part 2 in a QuickTime file has its size only in the stream's own headers.
+    for (const auto& spec :
+         {fixtures::MovieSpec{.container = fixtures::Container::Mxf},
+          fixtures::MovieSpec{.container = fixtures::Container::Mov, .videoCodec = "mpeg4"}}) {
+        const auto clip = MediaReader::read(fixtures::cachedMovie(spec));
+        ASSERT_TRUE(clip);
+        EXPECT_EQ(clip->width, 64);
+        EXPECT_EQ(clip->height, 36);
+    }
 }
 
 TEST(MovieMeta, MissingPartsAndUnreadableMovies) {

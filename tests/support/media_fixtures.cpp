@@ -72,9 +72,11 @@ std::string makeMovie(const std::string& path, const MovieSpec& recipe) {
         arguments += {"-ac", QString::number(recipe.audioChannels)};
     if (recipe.container == Container::Mxf)
         arguments += {"-c:v", "mpeg2video", "-c:a", "pcm_s16le"};
-    else // H.264 as cameras write it; libavformat leaves MPEG-4 part 2 sizes to the decoder.
+    else // H.264 as cameras write it
         arguments +=
             {"-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-c:a", "aac"};
+    if (recipe.videoCodec)
+        arguments += {"-c:v", QString::fromStdString(*recipe.videoCodec)};
     if (recipe.container == Container::M4v)
         arguments += {"-f", "mp4"};
     if (recipe.timecode)

@@ -45,6 +45,8 @@ struct MovieSpec {
     bool withAudio = false;
     int audioChannels = 1; // of the one audio stream, when withAudio
     int sampleRate = 48000;
+    // ffmpeg's -c:v in place of the container's usual codec (MPEG-2 in MXF, H.264 elsewhere).
+    std::optional<std::string> videoCodec;
     friend bool operator==(const MovieSpec&, const MovieSpec&) = default;
 };
 
