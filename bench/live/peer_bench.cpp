@@ -4,6 +4,7 @@
 #include "live/peer_link.h"
 #include "live/peer_protocol.h"
 #include "session/session_doc.h"
+#include "session/session_file.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -107,7 +108,7 @@ BENCHMARK(BM_LinkTwoPeers)->Unit(benchmark::kMillisecond)->UseRealTime();
 void BM_SendAndDecode10kEventLog(benchmark::State& state) {
     const Uuid session = Uuid::random();
     const SessionDoc doc = logWithEvents(session, 10'000);
-    const auto bytes = doc.encoded()->size();
+    const auto bytes = sessionfile::encoded(doc)->size();
     Pair pair(session);
     int received = 0;
     pair.bravo.setOnReceive([&](const SessionDoc&, const QString&) { ++received; });

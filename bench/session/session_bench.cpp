@@ -1,6 +1,8 @@
 // Decoding, encoding, combining and reporting on two logs of 100,000 events
 // each that share half their events, as two phones' logs of a long shoot would.
+#include "session/combining.h"
 #include "session/session_doc.h"
+#include "session/session_file.h"
 
 #include <benchmark/benchmark.h>
 
@@ -80,7 +82,7 @@ const SessionDoc& secondLog() {
 void BM_Encode(benchmark::State& state) {
     std::size_t bytes = 0;
     for (auto _ : state) {
-        auto encoded = firstLog().encoded();
+        auto encoded = sessionfile::encoded(firstLog());
         bytes = encoded->size();
         benchmark::DoNotOptimize(encoded);
     }
@@ -89,9 +91,9 @@ void BM_Encode(benchmark::State& state) {
 }
 
 void BM_Decode(benchmark::State& state) {
-    const std::string bytes = *firstLog().encoded();
+    const std::string bytes = *sessionfile::encoded(firstLog());
     for (auto _ : state) {
-        auto decoded = SessionDoc::decode(bytes);
+        auto decoded = sessionfile::decode(bytes);
         if (!decoded)
             state.SkipWithError(decoded.error().c_str());
         benchmark::DoNotOptimize(decoded);
@@ -104,7 +106,7 @@ void BM_Merge(benchmark::State& state) {
         state.PauseTiming();
         SessionDoc doc = firstLog();
         state.ResumeTiming();
-        doc.merge(secondLog());
+        merge(doc, secondLog());
         benchmark::DoNotOptimize(doc);
         state.PauseTiming();
         if (doc.events.size() != eventsPerLog * 3 / 2)
@@ -116,7 +118,7 @@ void BM_Merge(benchmark::State& state) {
 
 void BM_Report(benchmark::State& state) {
     for (auto _ : state) {
-        auto lines = firstLog().report(secondLog());
+        auto lines = report(firstLog(), secondLog());
         benchmark::DoNotOptimize(lines);
     }
 }

@@ -1,5 +1,6 @@
 // Planning speed: one busy camera (2,000 files against 2,000 logged recordings),
 // and a whole shoot of 20 cameras with 500 clips each.
+#include "session/logged_recordings.h"
 #include "sync/sync_map.h"
 
 #include <benchmark/benchmark.h>
@@ -92,7 +93,7 @@ void BM_OneCamera2000Files(benchmark::State& state) {
     std::vector<ClipFile> files;
     shootCamera(doc, camera, files, 2000, false, random);
     sortEvents(doc);
-    const auto logged = doc.clips(camera.id).size();
+    const auto logged = clips(doc, camera.id).size();
     for (auto _ : state) {
         auto plan = SyncMap::plan(camera, files, doc);
         benchmark::DoNotOptimize(plan);

@@ -5,6 +5,7 @@
 #include "live/peer_frame_reader.h"
 #include "live/peer_protocol.h"
 #include "session/session_doc.h"
+#include "session/session_file.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -64,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const auto& frame : whole.frames) {
         accounted += korvalume::PeerProtocol::frameHeaderLength + frame.size();
         // What the link does with each frame; a refusal needs a reason.
-        auto doc = korvalume::SessionDoc::decode(frame);
+        auto doc = korvalume::sessionfile::decode(frame);
         require(doc.ok() || !doc.error().empty(), "refusal without a reason");
         require(korvalume::PeerProtocol::encodeFrame(frame).size() ==
                     static_cast<qsizetype>(frame.size() + 4),

@@ -1,7 +1,10 @@
 // Decodes arbitrary bytes as a session log. Whatever is accepted must encode,
 // read back equal, encode to the same bytes, be accepted by nlohmann-json too,
 // and survive every operation on the document.
+#include "session/combining.h"
+#include "session/logged_recordings.h"
 #include "session/session_doc.h"
+#include "session/session_file.h"
 
 #include <nlohmann/json.hpp>
 
@@ -23,7 +26,7 @@ void require(bool condition, const char* what) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    auto decoded = korvalume::SessionDoc::decode(text);
+    auto decoded = korvalume::sessionfile::decode(text);
     if (!decoded) {
         require(!decoded.error().empty(), "refusal without a reason");
         return 0;
@@ -32,27 +35,27 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(!nlohmann::json::parse(text, nullptr, false).is_discarded(),
             "accepted what nlohmann-json refuses");
 
-    const auto bytes = doc.encoded();
+    const auto bytes = korvalume::sessionfile::encoded(doc);
     require(bytes.ok(), "a decoded log does not encode");
-    const auto again = korvalume::SessionDoc::decode(*bytes);
+    const auto again = korvalume::sessionfile::decode(*bytes);
     require(again.ok(), "an encoded log does not decode");
     require(*again == doc, "round trip changed the log");
-    require(again->encoded().value() == *bytes, "same log, other bytes");
+    require(korvalume::sessionfile::encoded(*again).value() == *bytes, "same log, other bytes");
 
     // The operations must cope with whatever a file can hold.
     korvalume::SessionDoc combined = doc;
-    const auto lines = combined.report(doc);
+    const auto lines = report(combined, doc);
     require(!lines.empty(), "empty report");
-    combined.merge(doc);
+    merge(combined, doc);
     // Combining sorts; once sorted, a log adds nothing to itself.
-    require(combined.covers(doc), "a combined log does not cover its source");
+    require(covers(combined, doc), "a combined log does not cover its source");
     for (const auto& camera : doc.cameras) {
-        (void)doc.summary(camera, doc.startedAt);
-        (void)doc.clips(camera.id);
+        (void)summary(doc, camera, doc.startedAt);
+        (void)clips(doc, camera.id);
     }
     (void)doc.nextCameraName(korvalume::Camera::Kind::camera);
     const std::string device = doc.cameras.empty() ? "" : doc.cameras.front().ownerID;
-    combined.finish(device, doc.startedAt, korvalume::FinishScope::everyone);
-    require(combined.encoded().ok(), "a finished log does not encode");
+    finish(combined, device, doc.startedAt, korvalume::FinishScope::everyone);
+    require(korvalume::sessionfile::encoded(combined).ok(), "a finished log does not encode");
     return 0;
 }

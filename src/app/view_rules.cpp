@@ -1,5 +1,6 @@
 #include "app/view_rules.h"
 
+#include "session/logged_recordings.h"
 #include "time/master_time.h"
 
 #include <QDateTime>
@@ -192,10 +193,10 @@ std::string timeOfDay(const SessionDoc& doc, double now) {
 namespace {
 
 std::string scanDetail(const SessionDoc& doc, const Camera& camera) {
-    const std::vector<SyncEvent> scans = doc.scans(camera.id);
-    std::string detail = counted(static_cast<long long>(scans.size()), "SCAN");
-    if (!scans.empty() && scans.back().timecode)
-        detail += " / LAST " + *scans.back().timecode;
+    const std::vector<SyncEvent> cameraScans = scans(doc, camera.id);
+    std::string detail = counted(static_cast<long long>(cameraScans.size()), "SCAN");
+    if (!cameraScans.empty() && cameraScans.back().timecode)
+        detail += " / LAST " + *cameraScans.back().timecode;
     const std::size_t markers = doc.markers().size();
     if (markers > 0)
         detail += " / " + counted(static_cast<long long>(markers), "MARKER");
@@ -217,10 +218,10 @@ LiveTexts liveTexts(const SessionDoc& doc, double now, bool clockSynced,
     texts.running =
         "RUNNING " + MasterTime::clock(std::isfinite(elapsed) ? std::max(0.0, elapsed) : 0.0);
     for (const Camera& camera : cameras) {
-        const CameraSummary summary = doc.summary(camera, now);
-        texts.rows.push_back({camera.name, kindAndLink(camera), summary.text, summary.rolling,
-                              summary.warning,
-                              counted(static_cast<long long>(doc.clips(camera.id).size()), "CLIP"),
+        const CameraSummary status = summary(doc, camera, now);
+        texts.rows.push_back({camera.name, kindAndLink(camera), status.text, status.rolling,
+                              status.warning,
+                              counted(static_cast<long long>(clips(doc, camera.id).size()), "CLIP"),
                               scanDetail(doc, camera)});
     }
     if (cameras.empty()) {

@@ -6,6 +6,8 @@
 #include "session/instant_text.h"
 #include "session/json_text.h"
 #include "session/log_opening.h"
+#include "session/logged_recordings.h"
+#include "session/session_file.h"
 
 #include <optional>
 #include <ostream>
@@ -79,8 +81,8 @@ void printSummary(const OpenedLogs& opened, std::ostream& out) {
     out << "\nCameras (" << doc.cameras.size() << "):\n";
     for (const auto& camera : doc.cameras) {
         out << "  " << camera.name << "  " << caseName(camera.kind) << ", " << caseName(camera.link)
-            << ", " << plural(doc.clips(camera.id).size(), "recording") << ", "
-            << plural(doc.scans(camera.id).size(), "timecode scan");
+            << ", " << plural(clips(doc, camera.id).size(), "recording") << ", "
+            << plural(scans(doc, camera.id).size(), "timecode scan");
         if (!camera.model.empty())
             out << ", " << camera.model;
         if (camera.removed)
@@ -137,7 +139,7 @@ int runLog(std::span<const std::string> args, Io& io) {
     }
 
     // Logs read from files always encode; a failure here would be a bug worth naming.
-    const auto encoded = opened.doc->encoded();
+    const auto encoded = sessionfile::encoded(*opened.doc);
     if (!encoded) {
         io.err << "Could not save the log: " << encoded.error() << '\n';
         return InputProblem;

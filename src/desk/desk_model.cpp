@@ -8,7 +8,9 @@
 #include "live/master_clock.h"
 #include "live/peer_link.h"
 #include "platform/system_services.h"
+#include "session/combining.h"
 #include "session/log_opening.h"
+#include "session/session_file.h"
 #include "session/session_link.h"
 #include "sync/shoot.h"
 #include "sync/sync_map.h"
@@ -371,7 +373,7 @@ bool DeskModel::saveLogTo(const QUrl& file) {
 bool DeskModel::saveLogTo(const std::string& path) {
     if (!state_->doc)
         return false;
-    const auto bytes = state_->doc->encoded();
+    const auto bytes = sessionfile::encoded(*state_->doc);
     if (!bytes) {
         setMessage("Could not save the log: " + qs(bytes.error()));
         return false;
@@ -456,8 +458,8 @@ void DeskModel::endLive() {
     if (!isLive_ || !state_->doc)
         return;
     SessionDoc doc = *state_->doc;
-    doc.finish(services_.deviceID.toStdString(), now(),
-               isOwner() ? FinishScope::everyone : FinishScope::thisDevice);
+    finish(doc, services_.deviceID.toStdString(), now(),
+           isOwner() ? FinishScope::everyone : FinishScope::thisDevice);
     setDoc(std::move(doc));
     autosave();
     broadcast();
@@ -498,14 +500,14 @@ void DeskModel::receive(const SessionDoc& incoming, const QString& from) {
     if (!state_->doc || incoming.id != state_->doc->id)
         return;
     const SessionDoc& current = *state_->doc;
-    const bool covered = current.covers(incoming);
+    const bool covered = covers(current, incoming);
     // The report is for whoever listens (the command line); it is not cheap on a long log.
     const bool reported = isSignalConnected(QMetaMethod::fromSignal(&DeskModel::received));
-    const auto lines = reported ? current.report(incoming) : std::vector<std::string>{};
+    const auto lines = reported ? report(current, incoming) : std::vector<std::string>{};
     SessionDoc merged = current;
-    merged.mergeLive(incoming);
-    const bool ended = merged.endedForAll && merged.finish(services_.deviceID.toStdString(), now(),
-                                                           FinishScope::thisDevice);
+    mergeLive(merged, incoming);
+    const bool ended = merged.endedForAll && finish(merged, services_.deviceID.toStdString(), now(),
+                                                    FinishScope::thisDevice);
     const bool changed = merged != *state_->doc;
     if (changed) {
         setDoc(merged);
@@ -543,7 +545,7 @@ void DeskModel::broadcast() {
 void DeskModel::autosave() {
     if (!radios_ || !state_->doc)
         return;
-    const auto bytes = state_->doc->encoded();
+    const auto bytes = sessionfile::encoded(*state_->doc);
     if (!bytes)
         return;
     QDir().mkpath(services_.sessionsFolder);

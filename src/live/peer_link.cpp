@@ -4,6 +4,7 @@
 #include "live/peer_frame_reader.h"
 #include "live/peer_protocol.h"
 #include "session/session_doc.h"
+#include "session/session_file.h"
 #include "session/uuid.h"
 
 #include <QSslCipher>
@@ -191,7 +192,7 @@ int PeerLink::broadcast(const SessionDoc& doc) {
     if (peers.empty()) {
         return 0;
     }
-    const auto encoded = doc.encoded();
+    const auto encoded = sessionfile::encoded(doc);
     if (!encoded || encoded->size() > PeerProtocol::maxFrameLength) {
         return 0;
     }
@@ -350,7 +351,7 @@ void PeerLink::drop(PeerConnection* connection, const QString& why) {
 }
 
 void PeerLink::deliver(std::string_view log, const QString& peerName) {
-    auto doc = SessionDoc::decode(log);
+    auto doc = sessionfile::decode(log);
     // Anything that is not a session log is dropped without a word; the link stays.
     if (!doc || !onReceive_) {
         return;
@@ -373,7 +374,7 @@ void PeerLink::sendCurrent(PeerConnection* connection) {
     if (!doc) {
         return;
     }
-    const auto encoded = doc->encoded();
+    const auto encoded = sessionfile::encoded(*doc);
     if (encoded && encoded->size() <= PeerProtocol::maxFrameLength) {
         connection->socket->write(PeerProtocol::encodeFrame(*encoded));
     }

@@ -1,5 +1,4 @@
-// Combining logs of one session, finishing a log, and the report of what a log adds.
-#include "session/session_doc.h"
+#include "session/combining.h"
 
 #include <algorithm>
 #include <cmath>
@@ -66,9 +65,11 @@ std::string counted(std::size_t count, std::string_view noun) {
 
 } // namespace
 
-void SessionDoc::merge(const SessionDoc& other) {
-    if (other.id != id)
+void merge(SessionDoc& doc, const SessionDoc& other) {
+    if (other.id != doc.id)
         return;
+    auto& cameras = doc.cameras;
+    auto& events = doc.events;
 
     std::unordered_map<Uuid, std::size_t> cameraAt;
     cameraAt.reserve(cameras.size() + other.cameras.size());
@@ -92,34 +93,35 @@ void SessionDoc::merge(const SessionDoc& other) {
             events.push_back(event);
     sortEvents(events, ownCount);
 
-    endedAt = later(endedAt, other.endedAt);
-    endedForAll = later(endedForAll, other.endedForAll);
-    if (!ownerID)
-        ownerID = other.ownerID;
+    doc.endedAt = later(doc.endedAt, other.endedAt);
+    doc.endedForAll = later(doc.endedForAll, other.endedForAll);
+    if (!doc.ownerID)
+        doc.ownerID = other.ownerID;
 }
 
-void SessionDoc::mergeLive(const SessionDoc& other) {
-    const auto ownEnd = endedAt;
-    merge(other);
-    endedAt = ownEnd;
+void mergeLive(SessionDoc& doc, const SessionDoc& other) {
+    const auto ownEnd = doc.endedAt;
+    merge(doc, other);
+    doc.endedAt = ownEnd;
 }
 
-bool SessionDoc::covers(const SessionDoc& other) const {
-    SessionDoc combined = *this;
-    combined.merge(other);
-    combined.endedAt = endedAt;
-    return combined == *this;
+bool covers(const SessionDoc& doc, const SessionDoc& other) {
+    SessionDoc combined = doc;
+    merge(combined, other);
+    combined.endedAt = doc.endedAt;
+    return combined == doc;
 }
 
-bool SessionDoc::finish(std::string_view deviceID, double instant, FinishScope scope) {
-    if (scope == FinishScope::everyone && !endedForAll)
-        endedForAll = instant;
-    if (endedAt)
+bool finish(SessionDoc& doc, std::string_view deviceID, double instant, FinishScope scope) {
+    if (scope == FinishScope::everyone && !doc.endedForAll)
+        doc.endedForAll = instant;
+    if (doc.endedAt)
         return false;
 
+    auto& events = doc.events;
     auto rolling = rollingCameras(events);
     const std::size_t ownCount = events.size();
-    for (const auto& camera : cameras) {
+    for (const auto& camera : doc.cameras) {
         if (camera.removed || camera.ownerID != deviceID || !rolling.contains(camera.id))
             continue;
         // The real end is unknown: close the recording as open-ended.
@@ -128,16 +130,16 @@ bool SessionDoc::finish(std::string_view deviceID, double instant, FinishScope s
             SyncEvent{Uuid::random(), camera.id, SyncEvent::Kind::linkLost, instant, {}, {}});
     }
     sortEvents(events, ownCount);
-    endedAt = instant;
+    doc.endedAt = instant;
     return true;
 }
 
-std::vector<std::string> SessionDoc::report(const SessionDoc& adding) const {
+std::vector<std::string> report(const SessionDoc& doc, const SessionDoc& adding) {
     struct NewCounts {
         std::size_t recordings = 0;
         std::size_t scans = 0;
     };
-    const auto known = eventIDs(events);
+    const auto known = eventIDs(doc.events);
     std::unordered_map<Uuid, NewCounts> countsOf;
     std::size_t newMarkers = 0;
     for (const auto& event : adding.events) {
@@ -154,8 +156,8 @@ std::vector<std::string> SessionDoc::report(const SessionDoc& adding) const {
     }
 
     std::unordered_map<Uuid, const Camera*> existing;
-    existing.reserve(cameras.size());
-    for (const auto& camera : cameras)
+    existing.reserve(doc.cameras.size());
+    for (const auto& camera : doc.cameras)
         existing.emplace(camera.id, &camera);
 
     std::vector<std::string> lines;

@@ -1,4 +1,6 @@
 #include "session/log_opening.h"
+#include "session/combining.h"
+#include "session/session_file.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -35,7 +37,7 @@ Result<SessionDoc> readLog(const std::string& path) {
         return Result<SessionDoc>::failure(file.errorString().toStdString());
     if (bytes.size() > largestLog)
         return Result<SessionDoc>::failure("it is larger than 256 MB");
-    return SessionDoc::decode(std::string_view(bytes.constData(), std::size_t(bytes.size())));
+    return sessionfile::decode(std::string_view(bytes.constData(), std::size_t(bytes.size())));
 }
 
 LogStep openLog(OpenedLogs& state, const std::string& path, Combining combining) {
@@ -55,13 +57,13 @@ LogStep openLog(OpenedLogs& state, const std::string& path, Combining combining)
     }
     if (state.doc->id == incoming.id) {
         auto lines = state.report.value_or(std::vector<std::string>{});
-        for (auto& line : state.doc->report(incoming))
+        for (auto& line : report(*state.doc, incoming))
             lines.push_back(std::move(line));
         state.report = std::move(lines);
         if (combining == Combining::mergeLive)
-            state.doc->mergeLive(incoming);
+            mergeLive(*state.doc, incoming);
         else
-            state.doc->merge(incoming);
+            merge(*state.doc, incoming);
         ++state.logCount;
         return LogStep::combined;
     }

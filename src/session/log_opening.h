@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/result.h"
 #include "session/session_doc.h"
 
 #include <optional>

@@ -5,10 +5,8 @@
 #include <optional>
 #include <string>
 
-// One camera's recordings as the log saw them, paired from its recStart,
-// recStop and linkLost events. The queries that derive them are operations of
-// SessionDoc: clips(cameraID), scans(cameraID), isRolling(cameraID) and
-// summary(camera, now), all declared in session/session_doc.h.
+// One camera's recordings as the log saw them, and its status line; the queries
+// that derive them are in session/logged_recordings.h.
 namespace korvalume {
 
 struct LoggedClip {

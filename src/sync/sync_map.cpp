@@ -1,5 +1,6 @@
 #include "sync/sync_map.h"
 
+#include "session/logged_recordings.h"
 #include "sync/anchor_line.h"
 
 #include <algorithm>
@@ -85,7 +86,7 @@ std::vector<FileFacts> orderedFiles(std::span<const ClipFile> files, const Frame
 
 // The camera's logged recordings, each still running one closed and marked open-ended.
 std::vector<LoggedClip> closedRecordings(const SessionDoc& doc, const Uuid& cameraID) {
-    auto recordings = doc.clips(cameraID);
+    auto recordings = clips(doc, cameraID);
     for (auto& recording : recordings) {
         if (recording.end)
             continue;
@@ -103,7 +104,7 @@ double durationOf(const LoggedClip& recording) {
 std::vector<Anchor> scanAnchors(const SessionDoc& doc, const Uuid& cameraID,
                                 std::span<const FrameRate> rates) {
     std::vector<Anchor> anchors;
-    for (const auto& scan : doc.scans(cameraID)) {
+    for (const auto& scan : scans(doc, cameraID)) {
         if (!scan.timecode)
             continue;
         auto timecode = Timecode::parse(*scan.timecode);

@@ -1,4 +1,5 @@
 #include "app/view_rules.h"
+#include "session/logged_recordings.h"
 
 #include <gtest/gtest.h>
 
@@ -184,7 +185,7 @@ TEST(ViewRules, LiveTextsAtAFixedTime) {
     EXPECT_EQ(texts.rows[0].name, "CAM A");
     EXPECT_EQ(texts.rows[0].kindLink, "CAMERA / BLUETOOTH");
     EXPECT_TRUE(texts.rows[0].rolling);
-    EXPECT_EQ(texts.rows[0].status, doc.summary(cam, start + 75).text);
+    EXPECT_EQ(texts.rows[0].status, summary(doc, cam, start + 75).text);
     EXPECT_EQ(texts.rows[0].clips, "1 CLIP");
     EXPECT_EQ(texts.rows[0].detail, "0 SCANS / 1 MARKER");
 

@@ -5,6 +5,7 @@
 
 #include "app/desk_types.h"
 #include "app/desk_view.h"
+#include "session/session_file.h"
 
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -159,8 +160,8 @@ TEST_F(WindowTest, OpenedLogsShowTheSessionAndExportWaitsForAPlacedClip) {
     second.events.push_back(event(3, SyncEvent::Kind::marker, start + 30));
     const auto first = desk.dir.file("a.korvalume");
     const auto other = desk.dir.file("b.korvalume");
-    fixtures::writeFile(first, *doc.encoded());
-    fixtures::writeFile(other, *second.encoded());
+    fixtures::writeFile(first, *sessionfile::encoded(doc));
+    fixtures::writeFile(other, *sessionfile::encoded(second));
 
     desk->open({first, other});
     ASSERT_TRUE(QTest::qWaitFor([&] { return item("sessionPanel") != nullptr; }, waitMs));

@@ -4,6 +4,7 @@
 
 #include "cli/command.h"
 #include "session/session_doc.h"
+#include "session/session_file.h"
 #include "support/media_fixtures.h"
 
 #include <QFile>
@@ -75,7 +76,7 @@ struct SmallShoot {
         doc.events = {{Uuid::random(), a, tcScan, day0 + 36'000, "10:00:00:00", {}},
                       {Uuid::random(), b, recStart, day0 + 37'000, {}, {}},
                       {Uuid::random(), b, recStop, day0 + 37'002, {}, {}}};
-        fixtures::writeFile(log, *doc.encoded());
+        fixtures::writeFile(log, *sessionfile::encoded(doc));
     }
 
     // CAM A's card: A001.mov (timecode 10:00:05:00) and A002.mov (none); CAM B's is empty.

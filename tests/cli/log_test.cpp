@@ -1,4 +1,5 @@
 #include "cli/cli_run.h"
+#include "session/session_file.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -17,11 +18,11 @@ struct LogCommand : ::testing::Test {
     const std::string broken = dir.file("broken.korvalume");
 
     void SetUp() override {
-        auto other = SessionDoc::decode(testing_cli::readText(mia));
+        auto other = sessionfile::decode(testing_cli::readText(mia));
         ASSERT_TRUE(other) << other.error();
         other->id = Uuid::random();
         other->name = "OTHER DAY";
-        fixtures::writeFile(stranger, *other->encoded());
+        fixtures::writeFile(stranger, *sessionfile::encoded(*other));
         fixtures::writeFile(broken, "{\"cameras\": [");
     }
 };

@@ -3,6 +3,7 @@
 #include "autosave_states.h"
 #include "desk_test_support.h"
 #include "session/session_builders.h"
+#include "session/session_file.h"
 #include "session/session_link.h"
 
 #include <QDir>
@@ -38,7 +39,7 @@ TEST(DeskCrash, AKilledDeskLeavesAWholeSavedLog) {
         ASSERT_EQ(saved.size(), 1) << "round " << round << ": " << saved.join(", ");
         QFile file(sessions + "/" + saved.front());
         ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-        const auto doc = SessionDoc::decode(file.readAll().toStdString());
+        const auto doc = sessionfile::decode(file.readAll().toStdString());
         ASSERT_TRUE(doc.ok()) << "round " << round << ": " << doc.error();
         const int markers = int(doc->markers().size());
         // Before the first log came in, the desk holds what the join link gave it.

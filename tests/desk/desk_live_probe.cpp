@@ -5,6 +5,7 @@
 // and exited once the host ended the session; prints what went wrong and exits 1
 // otherwise. With --joins N and --events M it also reports how long convergence took.
 #include "session/session_doc.h"
+#include "session/session_file.h"
 #include "session/session_link.h"
 
 #include <QCoreApplication>
@@ -53,7 +54,7 @@ std::optional<SessionDoc> readLog(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
-    auto doc = SessionDoc::decode(file.readAll().toStdString());
+    auto doc = sessionfile::decode(file.readAll().toStdString());
     return doc ? std::optional(*doc) : std::nullopt;
 }
 
@@ -136,7 +137,7 @@ int main(int argc, char** argv) {
         sent.push_back(log);
         QFile file(home + "/own.korvalume");
         file.open(QIODevice::WriteOnly);
-        file.write(QByteArray::fromStdString(*log.encoded()));
+        file.write(QByteArray::fromStdString(*sessionfile::encoded(log)));
         file.close();
         members.push_back(
             startKorvalume(program, home,

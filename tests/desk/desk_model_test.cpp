@@ -5,6 +5,8 @@
 
 #include "base/atomic_file.h"
 #include "desk/camera_list_model.h"
+#include "session/combining.h"
+#include "session/session_file.h"
 #include "sync/placed_clip.h"
 
 #include <QDir>
@@ -23,7 +25,7 @@ constexpr int waitMs = 20'000;
 
 std::string writeLog(const fixtures::TempDir& dir, const std::string& name, const SessionDoc& doc) {
     const std::string path = dir.file(name);
-    fixtures::writeFile(path, *doc.encoded());
+    fixtures::writeFile(path, *sessionfile::encoded(doc));
     return path;
 }
 
@@ -66,7 +68,7 @@ TEST_F(DeskModelTest, OpeningCombinesLogsOfOneSessionAndLeavesOthersOutWithAMess
                                "\u201cSHOOT 15 NOV\u201d open, so it was left out.");
     EXPECT_EQ(desk->importReport(), QStringList::fromVector([&] {
                   QList<QString> lines;
-                  for (const auto& line : first.report(third))
+                  for (const auto& line : report(first, third))
                       lines.append(QString::fromStdString(line));
                   return lines;
               }()));
@@ -137,7 +139,7 @@ TEST_F(DeskModelTest, ALiveSessionMarksSavesItselfAndEndsForEveryoneWhenOwned) {
     EXPECT_EQ(QFileInfo(saved).absolutePath(), QFileInfo(desk.sessionsFolder).absoluteFilePath());
     QFile file(saved);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(SessionDoc::decode(file.readAll().toStdString()).value(), *desk->doc());
+    EXPECT_EQ(sessionfile::decode(file.readAll().toStdString()).value(), *desk->doc());
 
     desk->endLive();
     EXPECT_FALSE(desk->isLive());
@@ -247,7 +249,7 @@ TEST_F(DeskModelTest, ReceivedLogsAreCombinedAndPassedOnOnlyWhenTheyAddSomething
 
     // The owner ending the session for everyone ends it here too, and that is passed on.
     SessionDoc ended = *desk->doc();
-    ended.finish("7AB10000-0000-4000-8000-000000000002", desk.clock->now(), FinishScope::everyone);
+    finish(ended, "7AB10000-0000-4000-8000-000000000002", desk.clock->now(), FinishScope::everyone);
     phone.link.broadcast(ended);
     ASSERT_TRUE(QTest::qWaitFor([&] { return phone.received.size() == 3; }, waitMs));
     EXPECT_FALSE(desk->isLive());

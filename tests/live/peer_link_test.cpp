@@ -1,4 +1,5 @@
 #include "peer_test_support.h"
+#include "session/session_file.h"
 
 #include <QSslCipher>
 #include <QSslConfiguration>
@@ -139,7 +140,7 @@ TEST_F(PeerLinkTest, GarbageIsDroppedAndAnOversizedLengthClosesTheConnection) {
     // Not JSON, then JSON that is not a log: both dropped; the log after them arrives.
     const SessionDoc log = sampleLog(session, "raw", 2);
     raw.send(PeerProtocol::encodeFrame("\xFF not json") + PeerProtocol::encodeFrame("{\"id\":1}") +
-             PeerProtocol::encodeFrame(*log.encoded()));
+             PeerProtocol::encodeFrame(*sessionfile::encoded(log)));
     ASSERT_TRUE(QTest::qWaitFor([&] { return desk.received.size() == 1; }, linkWaitMs));
     EXPECT_EQ(desk.received[0], log);
     EXPECT_EQ(desk.link.connected(), QStringList{"Studio Mac"});

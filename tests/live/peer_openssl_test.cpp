@@ -1,4 +1,5 @@
 #include "peer_test_support.h"
+#include "session/session_file.h"
 
 #include <QProcess>
 #include <QStandardPaths>
@@ -54,7 +55,7 @@ protected:
 TEST_F(PeerOpenSslTest, AFramedLogThroughOpenSslIsReceivedWithTheRightKey) {
     OpenSslClient client(desk.link.listeningPort(), PeerProtocol::preSharedKey(session), ecdhePsk);
     const SessionDoc log = sampleLog(session, "openssl", 3);
-    client.process.write(PeerProtocol::encodeFrame(*log.encoded()));
+    client.process.write(PeerProtocol::encodeFrame(*sessionfile::encoded(log)));
 
     ASSERT_TRUE(QTest::qWaitFor([&] { return desk.received.size() == 1; }, linkWaitMs))
         << client.output().toStdString() << client.process.readAllStandardError().toStdString();
@@ -62,7 +63,7 @@ TEST_F(PeerOpenSslTest, AFramedLogThroughOpenSslIsReceivedWithTheRightKey) {
     EXPECT_EQ(desk.link.connected(), QStringList{"Field phone"});
 
     // The desk's own log came back the other way, framed.
-    const QByteArray expected = PeerProtocol::encodeFrame(*desk.currentLog->encoded());
+    const QByteArray expected = PeerProtocol::encodeFrame(*sessionfile::encoded(*desk.currentLog));
     ASSERT_TRUE(QTest::qWaitFor([&] { return client.output().contains(expected); }, linkWaitMs))
         << client.seen.toStdString();
     EXPECT_TRUE(client.seen.contains("Cipher is ECDHE-PSK-CHACHA20-POLY1305"));
@@ -74,7 +75,8 @@ TEST_F(PeerOpenSslTest, NothingIsReceivedWithAWrongKeyOrAPlainPskSuite) {
     {
         OpenSslClient wrongKey(desk.link.listeningPort(), PeerProtocol::preSharedKey(other),
                                ecdhePsk);
-        wrongKey.process.write(PeerProtocol::encodeFrame(*sampleLog(session, "x").encoded()));
+        wrongKey.process.write(
+            PeerProtocol::encodeFrame(*sessionfile::encoded(sampleLog(session, "x"))));
         ASSERT_TRUE(QTest::qWaitFor([&] { return wrongKey.finished(); }, linkWaitMs));
         EXPECT_NE(wrongKey.process.exitCode(), 0);
     }

@@ -1,3 +1,5 @@
+#include "session/combining.h"
+#include "session/logged_recordings.h"
 #include "session/session_doc.h"
 #include "session_builders.h"
 
@@ -15,7 +17,7 @@ TEST(Combining, NewerCamerasWinOnlyWhenStrictlyNewer) {
     Camera removedNewer = camera(1, "CAM A2", Link::wifi, 11);
     removedNewer.removed = true;
     other.cameras = {camera(3, "SOUND A"), camera(2, "CAM B2", Link::scan, 10), removedNewer};
-    doc.merge(other);
+    merge(doc, other);
     // Replaced whole, removal included; an equal updatedAt keeps our own; new ones appended.
     EXPECT_EQ(doc.cameras, (std::vector{removedNewer, camera(2, "CAM B", Link::wifi, 10),
                                         camera(3, "SOUND A")}));
@@ -27,7 +29,7 @@ TEST(Combining, EventsAreAddedByIdNeverReplacedAndSortedStably) {
     SessionDoc other = session();
     other.events = {event(5, tcScan, 30, 1), event(2, recStop, 5, 1), event(4, marker, 20),
                     event(6, marker, 1)};
-    doc.merge(other);
+    merge(doc, other);
     // Equal times keep this document's events first, then the other's in its order.
     EXPECT_EQ(doc.events, (std::vector{event(6, marker, 1), event(1, recStart, 10, 1),
                                        event(2, marker, 20), event(4, marker, 20),
@@ -48,22 +50,22 @@ TEST(Combining, KeepsIdentityTakesTheLaterEndAndIgnoresOtherSessions) {
     other.ownerID = "DESK";
     other.endedAt = 100;
     other.endedForAll = 90;
-    doc.merge(other);
+    merge(doc, other);
     other.endedAt = 50;
     other.ownerID = "PHONE"; // an owner, once known, stays
-    doc.merge(other);
+    merge(doc, other);
     SessionDoc stranger = other;
     stranger.id = uuidNumber(77);
     stranger.events = {event(1, marker, 1)};
-    doc.merge(stranger);
+    merge(doc, stranger);
     EXPECT_EQ(doc, expected);
 
     // Live combining keeps this document's own end, present or absent.
     SessionDoc live = session();
-    live.mergeLive(other);
+    mergeLive(live, other);
     EXPECT_FALSE(live.endedAt);
     live.endedAt = 10;
-    live.mergeLive(other);
+    mergeLive(live, other);
     EXPECT_EQ(live.endedAt, 10);
 }
 
@@ -74,17 +76,17 @@ TEST(Combining, CoversWhenTheOtherAddsNothingButItsEnd) {
     SessionDoc other = doc;
     other.endedAt = 500;
     other.cameras[0].name = "CAM Z"; // not newer: it would be ignored
-    EXPECT_TRUE(doc.covers(other));
+    EXPECT_TRUE(covers(doc, other));
     other.endedForAll = 500;
-    EXPECT_FALSE(doc.covers(other));
+    EXPECT_FALSE(covers(doc, other));
 
     other = doc;
     other.cameras[0].updatedAt = 11;
-    EXPECT_FALSE(doc.covers(other));
+    EXPECT_FALSE(covers(doc, other));
     other = doc;
     other.events.push_back(event(2, recStop, 20, 1));
-    EXPECT_FALSE(doc.covers(other));
-    EXPECT_TRUE(other.covers(doc));
+    EXPECT_FALSE(covers(doc, other));
+    EXPECT_TRUE(covers(other, doc));
 }
 
 TEST(Combining, FinishClosesThisDevicesRollingCamerasOpenEnded) {
@@ -99,16 +101,16 @@ TEST(Combining, FinishClosesThisDevicesRollingCamerasOpenEnded) {
     SessionDoc expected = doc;
     expected.endedAt = 100;
 
-    EXPECT_TRUE(doc.finish("PHONE-1", 100, FinishScope::thisDevice));
+    EXPECT_TRUE(finish(doc, "PHONE-1", 100, FinishScope::thisDevice));
     ASSERT_EQ(doc.events.size(), 7u); // only CAM A's recording closes, with a fresh id
     expected.events.insert(expected.events.begin() + 5,
                            SyncEvent{doc.events[5].id, uuidNumber(1), linkLost, 100, {}, {}});
     EXPECT_EQ(doc, expected);
-    EXPECT_TRUE(doc.clips(uuidNumber(1)).at(0).openEnded);
+    EXPECT_TRUE(clips(doc, uuidNumber(1)).at(0).openEnded);
 
     // Finishing again only records the end for everyone, once.
-    EXPECT_FALSE(doc.finish("PHONE-2", 300, FinishScope::everyone));
-    EXPECT_FALSE(doc.finish("PHONE-2", 400, FinishScope::everyone));
+    EXPECT_FALSE(finish(doc, "PHONE-2", 300, FinishScope::everyone));
+    EXPECT_FALSE(finish(doc, "PHONE-2", 400, FinishScope::everyone));
     expected.endedForAll = 300;
     EXPECT_EQ(doc, expected);
 }
@@ -129,7 +131,7 @@ TEST(CombiningReport, SaysWhatEachCameraGainedInPlainWords) {
                     event(5, tcScan, 5, 2),    event(6, recStop, 6, 2),  event(7, recStart, 7, 4),
                     event(8, marker, 8),       event(9, marker, 9),      event(10, marker, 10),
                     event(11, recStart, 11, 9)};
-    EXPECT_EQ(doc.report(other),
+    EXPECT_EQ(report(doc, other),
               (std::vector<std::string>{
                   "CAM A is already in this session. Added 2 recordings and 1 timecode scan "
                   "that weren't here. Renamed to CAM A2, the newer name.",
@@ -141,11 +143,11 @@ TEST(CombiningReport, SaysWhatEachCameraGainedInPlainWords) {
     // Combined with itself: nothing new and no marker line.
     doc.events.push_back(event(12, marker, 12));
     const std::string nothingNew = " is already in this session. This log had nothing new for it.";
-    EXPECT_EQ(doc.report(doc), (std::vector{"CAM A" + nothingNew, "CAM B" + nothingNew}));
+    EXPECT_EQ(report(doc, doc), (std::vector{"CAM A" + nothingNew, "CAM B" + nothingNew}));
     other.cameras = {gone};
     other.events = {event(12, marker, 12), event(13, recStart, 13, 9)};
-    EXPECT_EQ(doc.report(other),
+    EXPECT_EQ(report(doc, other),
               std::vector<std::string>{"This log had no cameras or markers in it."});
     other.events.push_back(event(14, marker, 14));
-    EXPECT_EQ(doc.report(other), std::vector<std::string>{"Added 1 marker."});
+    EXPECT_EQ(report(doc, other), std::vector<std::string>{"Added 1 marker."});
 }

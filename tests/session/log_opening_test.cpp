@@ -1,5 +1,7 @@
 #include "base/atomic_file.h"
+#include "session/combining.h"
 #include "session/log_opening.h"
+#include "session/session_file.h"
 #include "session_builders.h"
 
 #include <QDir>
@@ -31,7 +33,7 @@ std::string phoneLog(unsigned cameraNumber, std::string cameraName) {
     doc.cameras = {camera(cameraNumber, std::move(cameraName))};
     doc.events = {event(cameraNumber * 10, recStart, 10, cameraNumber),
                   event(cameraNumber * 10 + 1, recStop, 20, cameraNumber)};
-    return *doc.encoded();
+    return *sessionfile::encoded(doc);
 }
 
 } // namespace
@@ -44,7 +46,7 @@ TEST_F(LogOpening, CombinesLogsOfTheSessionAndLeavesOthersOut) {
         write("notes.txt", "not a log at all"),
         write("a.korvalume", phoneLog(1, "CAM A")),
         write("broken.korvalume", R"({"cameras":[],"events":[]})"),
-        write("other.korvalume", *stranger.encoded()),
+        write("other.korvalume", *sessionfile::encoded(stranger)),
         write("b.KORVALUME", phoneLog(2, "CAM B")),
         write("a-again.korvalume", phoneLog(1, "CAM A")),
         path("missing.korvalume"),
@@ -54,8 +56,8 @@ TEST_F(LogOpening, CombinesLogsOfTheSessionAndLeavesOthersOut) {
     auto opened = openLogs(paths);
     openLogs(opened, std::vector{path("folder.korvalume")});
     EXPECT_EQ(opened.logCount, 3);
-    auto expected = SessionDoc::decode(phoneLog(1, "CAM A"));
-    expected->merge(*SessionDoc::decode(phoneLog(2, "CAM B")));
+    auto expected = sessionfile::decode(phoneLog(1, "CAM A"));
+    merge(*expected, *sessionfile::decode(phoneLog(2, "CAM B")));
     EXPECT_EQ(opened.doc, *expected);
     EXPECT_EQ(opened.report, (std::vector<std::string>{
                                  "CAM B is new to this session, with 1 recording.",

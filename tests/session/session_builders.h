@@ -1,6 +1,7 @@
 #pragma once
 
 #include "session/session_doc.h"
+#include "session/session_file.h"
 
 #include <ostream>
 #include <string>
@@ -49,7 +50,7 @@ inline SessionDoc session(std::string name = "SHOOT 15 NOV") {
 namespace korvalume {
 // Failures show a log as its JSON rather than raw bytes.
 inline void PrintTo(const SessionDoc& doc, std::ostream* out) {
-    const auto bytes = doc.encoded();
+    const auto bytes = sessionfile::encoded(doc);
     *out << (bytes ? *bytes : bytes.error());
 }
 } // namespace korvalume

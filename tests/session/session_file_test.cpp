@@ -1,4 +1,5 @@
 #include "session/session_doc.h"
+#include "session/session_file.h"
 #include "session_builders.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +21,7 @@ constexpr std::string_view sessionKeys =
     R"("name":"SHOOT 15 NOV","startedAt":1700000000)";
 
 std::string encode(const SessionDoc& doc) {
-    auto bytes = doc.encoded();
+    auto bytes = sessionfile::encoded(doc);
     EXPECT_TRUE(bytes) << bytes.error();
     return bytes ? *bytes : std::string{};
 }
@@ -42,7 +43,7 @@ TEST(SessionFile, WritesCompactJsonWithAbsentOptionalsLeftOut) {
         R"("id":"AB000000-0000-0000-0000-0000000F4241","kind":"marker"}],)" +
         std::string(sessionKeys) + "}";
     EXPECT_EQ(encode(doc), expected);
-    const auto reread = SessionDoc::decode(expected);
+    const auto reread = sessionfile::decode(expected);
     ASSERT_TRUE(reread) << reread.error();
     EXPECT_EQ(*reread, doc); // absent optionals stay absent
 }
@@ -61,7 +62,7 @@ TEST(SessionFile, EveryFieldReadsBackAndWritesTheSameBytesInKeyOrder) {
     const std::string bytes = encode(doc);
     // nlohmann's compact dump sorts keys bytewise: equal bytes mean ours are sorted too.
     EXPECT_EQ(bytes, nlohmann::json::parse(bytes).dump());
-    const auto decoded = SessionDoc::decode(bytes);
+    const auto decoded = sessionfile::decode(bytes);
     ASSERT_TRUE(decoded) << decoded.error();
     EXPECT_EQ(*decoded, doc);
     EXPECT_EQ(encode(*decoded), bytes);
@@ -82,7 +83,7 @@ TEST(SessionFile, DoublesTravelBitForBit) {
     for (std::size_t i = 0; i < values.size(); ++i)
         doc.events.push_back(event(unsigned(i), marker, values[i]));
     const std::string bytes = encode(doc);
-    const auto decoded = SessionDoc::decode(bytes);
+    const auto decoded = sessionfile::decode(bytes);
     ASSERT_TRUE(decoded) << decoded.error();
     for (std::size_t i = 0; i < values.size(); ++i)
         ASSERT_EQ(bits(decoded->events[i].at), bits(values[i])) << values[i];
@@ -93,9 +94,9 @@ TEST(SessionFile, DoublesTravelBitForBit) {
     EXPECT_NE(bytes.find(R"("at":1e-07,)"), std::string::npos);
 
     // Too small a magnitude reads as zero, keeping its sign.
-    const auto tiny = SessionDoc::decode(R"({"cameras":[],"events":[],"fps":{"ntsc":false,)"
-                                         R"("timebase":25},"id":"3F2A9C1D-0000-4000-8000-)"
-                                         R"(00000000BEEF","name":"X","startedAt":-1e-400})");
+    const auto tiny = sessionfile::decode(R"({"cameras":[],"events":[],"fps":{"ntsc":false,)"
+                                          R"("timebase":25},"id":"3F2A9C1D-0000-4000-8000-)"
+                                          R"(00000000BEEF","name":"X","startedAt":-1e-400})");
     ASSERT_TRUE(tiny) << tiny.error();
     EXPECT_EQ(bits(tiny->startedAt), bits(-0.0));
 }
@@ -103,9 +104,9 @@ TEST(SessionFile, DoublesTravelBitForBit) {
 TEST(SessionFile, EncodingRefusesWhatJsonCannotHold) {
     SessionDoc doc = session();
     doc.events = {event(1, marker, 1), event(2, marker, std::nan(""))};
-    EXPECT_EQ(doc.encoded().error(), R"(events[1]: "at" is not a finite number)");
+    EXPECT_EQ(sessionfile::encoded(doc).error(), R"(events[1]: "at" is not a finite number)");
     doc = session("bad \xC3\x28 text");
-    EXPECT_EQ(doc.encoded().error(), R"("name" is not valid UTF-8 text)");
+    EXPECT_EQ(sessionfile::encoded(doc).error(), R"("name" is not valid UTF-8 text)");
 }
 
 TEST(SessionFile, OlderCamerasWithOnlyIdNameAndLinkOpen) {
@@ -117,7 +118,7 @@ TEST(SessionFile, OlderCamerasWithOnlyIdNameAndLinkOpen) {
         R"("cameraID":null,"label":null,"timecode":null,"extra":{"deep":[1,[2,{"x":null}]]}}],)"
         R"("endedAt":null,"zone":null,"ownerID":null,"unknown":[true,false,"\u00e9"],)" +
         std::string(sessionKeys) + "}";
-    const auto decoded = SessionDoc::decode(text);
+    const auto decoded = sessionfile::decode(text);
     ASSERT_TRUE(decoded) << decoded.error();
     SessionDoc expected = session();
     expected.cameras = {camera(1, "CAM A", Camera::Link::scan), camera(2, "B", Camera::Link::wifi)};
@@ -152,7 +153,7 @@ TEST(SessionFile, RefusesMalformedLogsWithTheReason) {
          "nested too deeply"},
     };
     for (const auto& [text, reason] : cases) {
-        const auto result = SessionDoc::decode(text);
+        const auto result = sessionfile::decode(text);
         ASSERT_FALSE(result) << text;
         EXPECT_NE(result.error().find(reason), std::string::npos) << result.error();
     }
@@ -169,7 +170,7 @@ TEST(SessionFile, ChecksTheWholeTextEvenValuesItSkips) {
     for (const std::string& value :
          {nested(255), std::string(R"("\ud83d\ude00")"), std::string(R"({"q":[1,{"r":null}]})"),
           std::string("123456789012345678901234567890"), std::string("-1e-400")}) {
-        const auto result = SessionDoc::decode(withUnknown(value));
+        const auto result = sessionfile::decode(withUnknown(value));
         EXPECT_TRUE(result) << value << ": " << result.error();
     }
     const std::pair<std::string, std::string> refused[] = {
@@ -185,7 +186,7 @@ TEST(SessionFile, ChecksTheWholeTextEvenValuesItSkips) {
         {nested(256), "nested too deeply"},
     };
     for (const auto& [value, reason] : refused) {
-        const auto result = SessionDoc::decode(withUnknown(value));
+        const auto result = sessionfile::decode(withUnknown(value));
         ASSERT_FALSE(result) << value;
         EXPECT_NE(result.error().find(reason), std::string::npos)
             << value << ": " << result.error();
@@ -195,11 +196,11 @@ TEST(SessionFile, ChecksTheWholeTextEvenValuesItSkips) {
 TEST(SessionFile, ToleratesAByteOrderMarkAndReadsARepeatedKeyAgain) {
     const std::string text =
         R"({"cameras":[],"events":[],"name":"FIRST",)" + std::string(sessionKeys) + "}";
-    const auto decoded = SessionDoc::decode("\xEF\xBB\xBF" + text);
+    const auto decoded = sessionfile::decode("\xEF\xBB\xBF" + text);
     ASSERT_TRUE(decoded) << decoded.error();
     EXPECT_EQ(decoded->name, "SHOOT 15 NOV"); // the last "name" counts
-    EXPECT_EQ(SessionDoc::decode(R"({"a":)").error(), "malformed JSON at byte 5: unexpected end");
-    EXPECT_EQ(SessionDoc::decode("\xEF\xBB\xBF" + text + "}").error(),
+    EXPECT_EQ(sessionfile::decode(R"({"a":)").error(), "malformed JSON at byte 5: unexpected end");
+    EXPECT_EQ(sessionfile::decode("\xEF\xBB\xBF" + text + "}").error(),
               "malformed JSON at byte " + std::to_string(text.size() + 3) +
                   ": unexpected text after the end");
 }

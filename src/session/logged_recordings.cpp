@@ -1,4 +1,4 @@
-#include "session/session_doc.h"
+#include "session/logged_recordings.h"
 
 #include "time/master_time.h"
 
@@ -22,10 +22,10 @@ bool concerns(const SyncEvent& event, const Uuid& cameraID) {
 
 } // namespace
 
-std::vector<LoggedClip> SessionDoc::clips(const Uuid& cameraID) const {
+std::vector<LoggedClip> clips(const SessionDoc& doc, const Uuid& cameraID) {
     std::vector<LoggedClip> found;
     const SyncEvent* pendingStart = nullptr;
-    for (const auto& event : events) {
+    for (const auto& event : doc.events) {
         if (!concerns(event, cameraID))
             continue;
         switch (event.kind) {
@@ -53,21 +53,22 @@ std::vector<LoggedClip> SessionDoc::clips(const Uuid& cameraID) const {
     return found;
 }
 
-std::vector<SyncEvent> SessionDoc::scans(const Uuid& cameraID) const {
+std::vector<SyncEvent> scans(const SessionDoc& doc, const Uuid& cameraID) {
     std::vector<SyncEvent> found;
-    for (const auto& event : events)
+    for (const auto& event : doc.events)
         if (event.kind == SyncEvent::Kind::tcScan && concerns(event, cameraID))
             found.push_back(event);
     return found;
 }
 
-bool SessionDoc::isRolling(const Uuid& cameraID) const {
-    const auto recordings = clips(cameraID);
+bool isRolling(const SessionDoc& doc, const Uuid& cameraID) {
+    const auto recordings = clips(doc, cameraID);
     return !recordings.empty() && !recordings.back().end;
 }
 
-CameraSummary SessionDoc::summary(const Camera& camera, double now) const {
-    const auto recordings = clips(camera.id);
+CameraSummary summary(const SessionDoc& doc, const Camera& camera, double now) {
+    const auto recordings = clips(doc, camera.id);
+    const auto& events = doc.events;
     if (!recordings.empty() && !recordings.back().end)
         return {"ROLLING " + runningTime(now - recordings.back().start), true, false};
 

@@ -1,3 +1,4 @@
+#include "session/logged_recordings.h"
 #include "session/session_doc.h"
 #include "session_builders.h"
 
@@ -37,21 +38,21 @@ TEST(LoggedRecordings, PairsStartsWithStopsAndLinkLosses) {
     // A repeated start keeps the first; a stop without a start is passed over.
     auto doc =
         withEvents({{recStop, 5}, {recStart, 10}, {recStart, 12}, {tcScan, 15}, {recStop, 20}});
-    EXPECT_EQ(doc.clips(uuidNumber(1)), std::vector{clip(doc, 1, 20)});
+    EXPECT_EQ(clips(doc, uuidNumber(1)), std::vector{clip(doc, 1, 20)});
 
     // A link loss closes the recording open-ended; the stop after it is ignored.
     doc =
         withEvents({{recStart, 10}, {linkLost, 15}, {recStop, 20}, {recStart, 30}, {recStop, 40}});
-    EXPECT_EQ(doc.clips(uuidNumber(1)), (std::vector{clip(doc, 0, 15, true), clip(doc, 3, 40)}));
-    EXPECT_FALSE(doc.isRolling(uuidNumber(1)));
+    EXPECT_EQ(clips(doc, uuidNumber(1)), (std::vector{clip(doc, 0, 15, true), clip(doc, 3, 40)}));
+    EXPECT_FALSE(isRolling(doc, uuidNumber(1)));
 
     // A start with nothing after it is still running.
     doc = withEvents({{recStart, 10}, {recStop, 11}, {recStart, 20}});
-    const auto clips = doc.clips(uuidNumber(1));
-    EXPECT_EQ(clips, (std::vector{clip(doc, 0, 11), clip(doc, 2, std::nullopt)}));
-    EXPECT_TRUE(doc.isRolling(uuidNumber(1)));
-    EXPECT_EQ(clips.back().duration(25), 5);
-    EXPECT_FALSE(doc.isRolling(uuidNumber(3)));
+    const auto recordings = clips(doc, uuidNumber(1));
+    EXPECT_EQ(recordings, (std::vector{clip(doc, 0, 11), clip(doc, 2, std::nullopt)}));
+    EXPECT_TRUE(isRolling(doc, uuidNumber(1)));
+    EXPECT_EQ(recordings.back().duration(25), 5);
+    EXPECT_FALSE(isRolling(doc, uuidNumber(3)));
 }
 
 TEST(LoggedRecordings, SummaryFollowsTheFirstRuleThatApplies) {
@@ -60,21 +61,21 @@ TEST(LoggedRecordings, SummaryFollowsTheFirstRuleThatApplies) {
     const Camera wifi = camera(2, "CAM B", Camera::Link::wifi);
     const Camera scanOnly = camera(3, "CAM C", Camera::Link::scan);
     doc.cameras = {bluetooth, wifi, scanOnly};
-    EXPECT_EQ(doc.summary(bluetooth, 100), (CameraSummary{"STANDBY", false, false}));
-    EXPECT_EQ(doc.summary(wifi, 100), (CameraSummary{"SCAN NEEDED", false, true}));
+    EXPECT_EQ(summary(doc, bluetooth, 100), (CameraSummary{"STANDBY", false, false}));
+    EXPECT_EQ(summary(doc, wifi, 100), (CameraSummary{"SCAN NEEDED", false, true}));
 
     doc.events = {event(1, tcScan, 10, 3), event(2, tcScan, 40, 3), event(3, recStart, 50, 2),
                   event(4, linkLost, 60, 1), event(5, tcScan, 70, 1)};
-    EXPECT_EQ(doc.summary(scanOnly, 100), (CameraSummary{"TC LOCKED 01:00 AGO", false, false}));
-    EXPECT_EQ(doc.summary(wifi, 3700), (CameraSummary{"ROLLING 1:00:50", true, false}));
+    EXPECT_EQ(summary(doc, scanOnly, 100), (CameraSummary{"TC LOCKED 01:00 AGO", false, false}));
+    EXPECT_EQ(summary(doc, wifi, 3700), (CameraSummary{"ROLLING 1:00:50", true, false}));
     // A scan after a link loss does not bring the link back.
-    EXPECT_EQ(doc.summary(bluetooth, 100),
+    EXPECT_EQ(summary(doc, bluetooth, 100),
               (CameraSummary{"LINK LOST / USING TIMECODE", false, true}));
     doc.events.push_back(event(6, recStart, 80, 1));
     doc.events.push_back(event(7, recStop, 90, 1));
-    EXPECT_EQ(doc.summary(bluetooth, 100), (CameraSummary{"STANDBY", false, false}));
+    EXPECT_EQ(summary(doc, bluetooth, 100), (CameraSummary{"STANDBY", false, false}));
 
     // Instants far apart in a damaged log don't end the process.
     doc.events = {event(8, recStart, -1.7e308, 1)};
-    EXPECT_TRUE(doc.summary(bluetooth, 1.7e308).rolling);
+    EXPECT_TRUE(summary(doc, bluetooth, 1.7e308).rolling);
 }

@@ -1,7 +1,6 @@
-// The log's file form: compact JSON, keys in byte order, absent optionals left out.
+#include "session/session_file.h"
 #include "session/json_read.h"
 #include "session/json_text.h"
-#include "session/session_doc.h"
 
 #include <bitset>
 
@@ -327,66 +326,68 @@ SessionDoc readDoc(Reader& reader) {
 
 } // namespace
 
-Result<std::string> SessionDoc::encoded() const {
+namespace sessionfile {
+
+Result<std::string> encoded(const SessionDoc& doc) {
     std::string out;
     // Roughly what a typical event or camera takes, to spare reallocations.
-    out.reserve(256 + cameras.size() * 240 + events.size() * 140);
+    out.reserve(256 + doc.cameras.size() * 240 + doc.events.size() * 140);
     try {
         out += '{';
         appendKey(out, "cameras");
         out += '[';
-        for (std::size_t i = 0; i < cameras.size(); ++i) {
+        for (std::size_t i = 0; i < doc.cameras.size(); ++i) {
             if (i > 0)
                 out += ',';
-            withinElement("cameras", i, [&] { appendCamera(out, cameras[i]); });
+            withinElement("cameras", i, [&] { appendCamera(out, doc.cameras[i]); });
         }
         out += ']';
-        if (endedAt) {
+        if (doc.endedAt) {
             out += ',';
             appendKey(out, "endedAt");
-            jsontext::appendDouble(out, *endedAt, "endedAt");
+            jsontext::appendDouble(out, *doc.endedAt, "endedAt");
         }
-        if (endedForAll) {
+        if (doc.endedForAll) {
             out += ',';
             appendKey(out, "endedForAll");
-            jsontext::appendDouble(out, *endedForAll, "endedForAll");
+            jsontext::appendDouble(out, *doc.endedForAll, "endedForAll");
         }
         out += ',';
         appendKey(out, "events");
         out += '[';
-        for (std::size_t i = 0; i < events.size(); ++i) {
+        for (std::size_t i = 0; i < doc.events.size(); ++i) {
             if (i > 0)
                 out += ',';
-            withinElement("events", i, [&] { appendEvent(out, events[i]); });
+            withinElement("events", i, [&] { appendEvent(out, doc.events[i]); });
         }
         out += ']';
         out += ',';
         appendKey(out, "fps");
         out += '{';
         appendKey(out, "ntsc");
-        appendBool(out, fps.ntsc);
+        appendBool(out, doc.fps.ntsc);
         out += ',';
         appendKey(out, "timebase");
-        jsontext::appendInt(out, fps.timebase);
+        jsontext::appendInt(out, doc.fps.timebase);
         out += '}';
         out += ',';
         appendKey(out, "id");
-        appendUuid(out, id);
+        appendUuid(out, doc.id);
         out += ',';
         appendKey(out, "name");
-        jsontext::appendString(out, name, "name");
-        if (ownerID) {
+        jsontext::appendString(out, doc.name, "name");
+        if (doc.ownerID) {
             out += ',';
             appendKey(out, "ownerID");
-            jsontext::appendString(out, *ownerID, "ownerID");
+            jsontext::appendString(out, *doc.ownerID, "ownerID");
         }
         out += ',';
         appendKey(out, "startedAt");
-        jsontext::appendDouble(out, startedAt, "startedAt");
-        if (zone) {
+        jsontext::appendDouble(out, doc.startedAt, "startedAt");
+        if (doc.zone) {
             out += ',';
             appendKey(out, "zone");
-            jsontext::appendInt(out, *zone);
+            jsontext::appendInt(out, *doc.zone);
         }
         out += '}';
     } catch (const JsonTextError& error) {
@@ -395,7 +396,7 @@ Result<std::string> SessionDoc::encoded() const {
     return out;
 }
 
-Result<SessionDoc> SessionDoc::decode(std::string_view data) {
+Result<SessionDoc> decode(std::string_view data) {
     try {
         Reader reader(data, maxDepth);
         return readDoc(reader);
@@ -407,5 +408,7 @@ Result<SessionDoc> SessionDoc::decode(std::string_view data) {
         return Result<SessionDoc>::failure("not enough memory to read the log");
     }
 }
+
+} // namespace sessionfile
 
 } // namespace korvalume

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "session/logged_clip.h"
+#include "session/session_doc.h"
+
+#include <vector>
+
+// What a log saw of one camera: its recordings paired from recStart, recStop and
+// linkLost events, its timecode scans, and its status line.
+namespace korvalume {
+
+// The camera's recordings in the order they were closed, a still-running one last.
+std::vector<LoggedClip> clips(const SessionDoc& doc, const Uuid& cameraID);
+// The camera's tcScan events, stored order.
+std::vector<SyncEvent> scans(const SessionDoc& doc, const Uuid& cameraID);
+// The camera's last recording has no end yet.
+bool isRolling(const SessionDoc& doc, const Uuid& cameraID);
+// The camera's status line at master-clock instant `now`.
+CameraSummary summary(const SessionDoc& doc, const Camera& camera, double now);
+
+} // namespace korvalume
