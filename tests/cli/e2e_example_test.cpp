@@ -1,5 +1,5 @@
 // The example shoot (examples/) run through the built korvalume tool as a user
-// runs it: log, plan and export as separate processes on cards made by
+// runs it: plan and export as separate processes on cards made by
 // examples/make-cards. Where every clip must land is known from how the shoot
 // was made, so each placement is checked to the frame.
 
@@ -8,12 +8,12 @@
 #include <QFile>
 #include <QLockFile>
 #include <QProcess>
-#include <QXmlStreamReader>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "support/media_fixtures.h"
+#include "support/xmeml_reader.h"
 
 #include <algorithm>
 #include <cmath>
@@ -146,66 +146,6 @@ protected:
     static inline std::string cardsError;
 };
 
-TEST_F(ExampleShoot, TheTwoPhonesLogsCombineIntoOneSession) {
-    const Outcome log =
-        run(QStringLiteral(KORVALUME_BINARY), QStringList{"log"} + logs << "--json");
-    ASSERT_EQ(log.code, 0) << log.err;
-    json result = json::parse(log.out);
-    json& doc = result["doc"];
-    EXPECT_EQ(doc["cameras"].size(), warnings.size());
-
-    // Every event of either phone once, in time order; those both phones had are not doubled.
-    std::set<std::string> expected;
-    for (const QString& phoneLog : logs) {
-        const json events = json::parse(contents(phoneLog).toStdString())["events"];
-        for (const json& event : events)
-            expected.insert(event.value("id", ""));
-    }
-    std::vector<std::string> ids;
-    std::vector<double> times;
-    for (const json& event : doc["events"]) {
-        ids.push_back(event.value("id", ""));
-        times.push_back(event.value("at", 0.0));
-    }
-    EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
-    std::sort(ids.begin(), ids.end());
-    EXPECT_EQ(ids, std::vector<std::string>(expected.begin(), expected.end()));
-
-    EXPECT_EQ(result["report"],
-              json::array({
-                  "CAM C is already in this session. Added 2 timecode scans that weren't here.",
-                  "SOUND A is already in this session. Added 1 timecode scan that wasn't here.",
-                  "CAM A is already in this session. This log had nothing new for it.",
-                  "CAM B is already in this session. This log had nothing new for it.",
-                  "Added 1 marker.",
-              }));
-}
-
-TEST_F(ExampleShoot, ScanFindsEveryClipOfEachCardAndNothingElse) {
-    for (const auto& [camera, _] : warnings) {
-        SCOPED_TRACE(camera);
-        const QString card = cards + "/" + QString::fromStdString(camera).replace(' ', '_');
-        const Outcome scan = run(QStringLiteral(KORVALUME_BINARY), {"scan", card, "--json"});
-        ASSERT_EQ(scan.code, 0) << scan.err;
-        std::set<std::string> found, expected;
-        for (const json& clip : json::parse(scan.out)) {
-            const std::string name = clip.value("name", "");
-            found.insert(name);
-            // Sony clips are read from their sidecars; the slow-motion take says so.
-            if (camera == "CAM A") {
-                EXPECT_EQ(clip.value("model", ""), "ILME-FX30") << name;
-                EXPECT_EQ(clip.value("slowMotion", false), name == "C0003.MP4") << name;
-            }
-            EXPECT_EQ(clip.value("audioOnly", false), camera == "SOUND A") << name;
-        }
-        for (const Clip& clip : shoot) {
-            if (clip.camera == camera)
-                expected.insert(std::string(clip.name));
-        }
-        EXPECT_EQ(found, expected); // no MEDIAPRO.XML, no hidden ._ files
-    }
-}
-
 TEST_F(ExampleShoot, PlanPlacesEveryClipWhereItWasShot) {
     const Outcome plan = korvalume("plan", {"--json"});
     ASSERT_EQ(plan.code, 0) << plan.err;
@@ -232,77 +172,37 @@ TEST_F(ExampleShoot, PlanPlacesEveryClipWhereItWasShot) {
     EXPECT_EQ(next, std::size(shoot)) << "clips missing from the plan: " << plan.out;
 }
 
-// What the exported sequence holds: its name, each clip item's name, start and
-// kind of track, and the names of the files it points at.
-struct Timeline {
-    struct Item {
-        std::string name;
-        std::int64_t start;
-        bool audio;
-    };
-    std::string name;
-    std::vector<Item> items;
-    std::set<std::string> files;
-};
-
-// The element path tells a clip item's own name and start from its file's.
-Timeline readTimeline(const QString& path) {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-    QXmlStreamReader xml(&file);
-    Timeline timeline;
-    QStringList ancestors;
-    std::string name; // of the clip item being read; it comes first
-    while (!xml.atEnd()) {
-        const auto token = xml.readNext();
-        if (token == QXmlStreamReader::EndElement)
-            ancestors.removeLast();
-        if (token != QXmlStreamReader::StartElement)
-            continue;
-        const QString element = xml.name().toString();
-        const QString parent = ancestors.isEmpty() ? QString() : ancestors.back();
-        if (element != "name" && element != "start" && element != "pathurl") {
-            ancestors << element;
-            continue;
-        }
-        const QString text = xml.readElementText();    // and its end tag
-        const std::int64_t number = text.toLongLong(); // 0, where nothing starts, if not a number
-        if (element == "pathurl" && text.startsWith("file://localhost/"))
-            timeline.files.insert(text.section('/', -1).toStdString());
-        else if (element == "name" && parent == "sequence")
-            timeline.name = text.toStdString();
-        else if (element == "name" && parent == "clipitem")
-            name = text.toStdString();
-        else if (element == "start" && parent == "clipitem")
-            timeline.items.push_back({name, number, ancestors.contains("audio")});
-    }
-    EXPECT_FALSE(xml.hasError()) << xml.errorString().toStdString() << " at line "
-                                 << xml.lineNumber();
-    return timeline;
-}
-
 TEST_F(ExampleShoot, ExportedTimelineHoldsEveryPlacedClipAtItsFrame) {
     const korvalume::fixtures::TempDir output;
     const auto file = QString::fromStdString(output.file("Harbour Walk SYNC MAP.xml"));
     const Outcome exported = korvalume("export", {"-o", file});
     ASSERT_EQ(exported.code, 0) << exported.err;
-    const Timeline timeline = readTimeline(file);
-    EXPECT_EQ(timeline.name, "Harbour Walk SYNC MAP");
+    const auto timeline = korvalume::testing::readXmeml(contents(file).toStdString());
+    ASSERT_TRUE(timeline);
+    EXPECT_EQ(timeline->sequence.at("name"), "Harbour Walk SYNC MAP");
+    std::set<std::string> files;
+    for (const auto& [id, fields] : timeline->files)
+        files.insert(QString::fromStdString(fields.at("pathurl")).section('/', -1).toStdString());
     for (const Clip& clip : shoot) {
         SCOPED_TRACE(clip.name);
         std::size_t video = 0, audio = 0;
-        for (const auto& item : timeline.items) {
-            if (item.name == clip.name) {
-                ++(item.audio ? audio : video);
-                EXPECT_EQ(item.start, clip.start ? timelineFrame(*clip.start) : -1);
-            }
-        }
+        const auto count = [&](const auto& tracks, std::size_t& items) {
+            for (const auto& track : tracks)
+                for (const auto& item : track)
+                    if (item.fields.at("name") == clip.name) {
+                        ++items;
+                        EXPECT_EQ(std::stoll(item.fields.at("start")),
+                                  clip.start ? timelineFrame(*clip.start) : -1);
+                    }
+        };
+        count(timeline->videoTracks, video);
+        count(timeline->audioTracks, audio);
         // A movie is one video item with its sound; a WAV is only its two channels;
         // an unplaced clip is nowhere.
         const bool sound = clip.camera == "SOUND A";
         EXPECT_EQ(video, clip.start && !sound ? 1u : 0u);
         EXPECT_TRUE(clip.start ? audio > 0 && (!sound || audio == 2) : audio == 0) << audio;
-        EXPECT_EQ(timeline.files.contains(std::string(clip.name)), clip.start.has_value());
+        EXPECT_EQ(files.contains(std::string(clip.name)), clip.start.has_value());
     }
 }
 

@@ -2,7 +2,7 @@
 #include "export/premiere_xml.h"
 
 #include "shoot_builder.h"
-#include "xmeml_reader.h"
+#include "support/xmeml_reader.h"
 
 #include <QDir>
 #include <QTemporaryDir>

@@ -12,18 +12,24 @@
 #include <QFile>
 #include <QProcess>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTimer>
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <deque>
 #include <memory>
 
 namespace korvalume {
 namespace {
 
+using namespace std::chrono_literals;
 using testing::ScriptedTimeServer;
 using Answer = ScriptedTimeServer::Answer;
+using Source = MasterClock::Source;
+using Sample = Sntp::Sample;
 
 // The outcome of one exchange with `server`, and how long it took.
 struct Taken {
@@ -116,126 +122,274 @@ TEST_F(ClockTest, RequestAndServerAddresses) {
     const auto request = Sntp::request();
     EXPECT_EQ(request[0], 0x23);
     EXPECT_TRUE(std::all_of(request.begin() + 1, request.end(), [](auto b) { return b == 0; }));
-    EXPECT_EQ(Sntp::Server::parse("time.example.org"), (Sntp::Server{"time.example.org", 123}));
     EXPECT_EQ(Sntp::Server::parse(" 127.0.0.1:1123 "), (Sntp::Server{"127.0.0.1", 1123}));
     EXPECT_EQ(Sntp::Server::parse("::1"), (Sntp::Server{"::1", 123}));
-    EXPECT_FALSE(Sntp::Server::parse("host:0"));
-    EXPECT_FALSE(Sntp::Server::parse("host:70000"));
-    EXPECT_FALSE(Sntp::Server::parse(""));
-    EXPECT_EQ(Sntp::Server::parse("[::1]:1123"), (Sntp::Server{"::1", 1123}));
     EXPECT_EQ(Sntp::Server::parse("[fe80::1]"), (Sntp::Server{"fe80::1", 123}));
-    EXPECT_FALSE(Sntp::Server::parse("[::1]1123"));
-    EXPECT_FALSE(Sntp::Server::parse("[::1]:"));
-    EXPECT_FALSE(Sntp::Server::parse("[]:123"));
-    EXPECT_FALSE(Sntp::Server::parse(":123"));
+    for (const char* refused :
+         {"host:0", "host:70000", "", "[::1]1123", "[::1]:", "[]:123", ":123"})
+        EXPECT_FALSE(Sntp::Server::parse(refused)) << refused;
     // What is shown parses back to the same server.
     for (const auto& server : {Sntp::Server{"::1", 1123}, Sntp::Server{"time.example.org", 123}})
         EXPECT_EQ(Sntp::Server::parse(server.text()), server);
 }
 
-// A clock on its own settings file and a controllable wall clock; its samples come from
-// `script` when one is given, from the real exchange otherwise.
-struct TestClock {
-    explicit TestClock(std::vector<std::optional<Sntp::Sample>> script = {}, bool scripted = true)
-        : settings(QString::fromStdString(dir.file("settings.ini")), QSettings::IniFormat),
-          samples(std::move(script)) {
+// Samples that stay unanswered until the test answers them, in any order.
+struct HeldSamples {
+    std::deque<MasterClock::SampleDone> waiting;
+    int asked = 0;
+
+    MasterClock::Sampler sampler() {
+        return [this](QObject*, MasterClock::SampleDone done) {
+            ++asked;
+            waiting.push_back(std::move(done));
+        };
+    }
+    // Answers the sample waiting at `index`; its check may ask for the next one at once.
+    void answer(std::size_t index, std::optional<Sample> sample) {
+        auto done = std::move(waiting.at(index));
+        waiting.erase(waiting.begin() + std::ptrdiff_t(index));
+        done(sample);
+    }
+};
+
+// Answers each sample from `script` in turn, then with no answer.
+MasterClock::Sampler scripted(std::vector<std::optional<Sample>> script, int& asked) {
+    return [script = std::move(script), &asked](QObject*, MasterClock::SampleDone done) {
+        const auto next =
+            std::size_t(asked) < script.size() ? script[std::size_t(asked)] : std::nullopt;
+        ++asked;
+        done(next);
+    };
+}
+
+// A clock on its own settings file with a fixed wall clock and short timers.
+struct Fixture {
+    explicit Fixture(MasterClock::Sampler sampler, std::chrono::milliseconds retryAfter = 100ms,
+                     std::chrono::milliseconds refreshEvery = 150ms)
+        : settings(QString::fromStdString(dir.file("settings.ini")), QSettings::IniFormat) {
         peer_test::application();
         MasterClock::Options options;
         options.wallClock = [this] { return wall; };
+        options.monotonic = [this] { return monotonic; };
         options.settings = &settings;
-        options.retryAfter = std::chrono::milliseconds(100);
-        options.refreshEvery = std::chrono::milliseconds(150);
-        if (scripted) {
-            options.sampler = [this](QObject*, MasterClock::SampleDone done) {
-                const auto next = taken < samples.size() ? samples[taken] : std::nullopt;
-                ++taken;
-                done(next);
-            };
-        }
+        options.sampler = std::move(sampler);
+        options.retryAfter = retryAfter;
+        options.refreshEvery = refreshEvery;
         clock = std::make_unique<MasterClock>(options);
     }
 
     fixtures::TempDir dir;
     QSettings settings;
     double wall = 1'700'000'000;
-    std::vector<std::optional<Sntp::Sample>> samples;
-    std::size_t taken = 0;
+    double monotonic = 500;
     std::unique_ptr<MasterClock> clock;
 };
 
 TEST_F(ClockTest, TheSampleWithTheSmallestDelayIsTaken) {
-    TestClock test({Sntp::Sample{1.0, 0.040}, Sntp::Sample{2.0, 0.012}, std::nullopt,
-                    Sntp::Sample{3.0, 0.012}});
+    int asked = 0;
+    Fixture test(scripted(
+        {Sample{1.0, 0.040}, Sample{2.0, 0.012}, std::nullopt, Sample{3.0, 0.012}}, asked));
     test.clock->begin(Uuid::random());
-    EXPECT_EQ(test.taken, 4u);
+    EXPECT_EQ(asked, 4);
     EXPECT_EQ(test.clock->offset(), 2.0);
-    EXPECT_EQ(test.clock->source(), MasterClock::Source::server);
+    EXPECT_EQ(test.clock->source(), Source::server);
     EXPECT_TRUE(test.clock->synced());
     EXPECT_EQ(test.clock->now(), test.wall + 2.0);
 }
 
 TEST_F(ClockTest, ADeadServerLeavesTheClockAsItWasWithOneRetryOnly) {
-    TestClock test;
+    int asked = 0;
+    Fixture test(scripted({}, asked));
     test.clock->begin(Uuid::random());
-    EXPECT_EQ(test.taken, 4u);
+    EXPECT_EQ(asked, 4);
     // One retry after the delay on a first try, and nothing more: the timer leaves a
     // clock on its own time alone.
-    ASSERT_TRUE(QTest::qWaitFor([&] { return test.taken == 8; }, 5'000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return asked == 8; }, 5'000));
     QTest::qWait(500);
-    EXPECT_EQ(test.taken, 8u);
-    EXPECT_EQ(test.clock->source(), MasterClock::Source::device);
+    EXPECT_EQ(asked, 8);
+    EXPECT_EQ(test.clock->source(), Source::device);
     EXPECT_EQ(test.clock->offset(), 0.0);
 }
 
-TEST_F(ClockTest, TheSameSessionRestoresItsStateAndAnotherStartsAfresh) {
+TEST_F(ClockTest, ARestartedDeskTakesTheStoredStateOfItsSession) {
     const Uuid session = Uuid::random();
-    TestClock test({Sntp::Sample{0.5, 0.01}});
+    int asked = 0;
+    Fixture test(scripted({Sample{0.5, 0.01}}, asked));
     test.clock->begin(session);
     ASSERT_EQ(test.clock->offset(), 0.5);
-    EXPECT_EQ(test.settings.value("clock.session").toString(),
-              QString::fromStdString(session.string()));
-    EXPECT_EQ(test.settings.value("clock.source").toString(), "server");
     test.clock->setFromMaster(0.25);
 
-    // A restarted desk on the same settings takes the stored state, and a master's
-    // correction is not measured again.
+    // A master's correction is not measured again.
     MasterClock::Options options;
     options.settings = &test.settings;
-    int asked = 0;
-    options.sampler = [&](QObject*, MasterClock::SampleDone done) {
-        ++asked;
-        done(Sntp::Sample{9.0, 0.001});
-    };
+    int askedAfter = 0;
+    options.sampler =
+        scripted(std::vector<std::optional<Sample>>(8, Sample{9.0, 0.001}), askedAfter);
     MasterClock restarted(options);
     restarted.begin(session);
     EXPECT_EQ(restarted.offset(), 0.75);
-    EXPECT_EQ(restarted.source(), MasterClock::Source::master);
+    EXPECT_EQ(restarted.source(), Source::master);
     ASSERT_TRUE(restarted.setAt());
     EXPECT_EQ(*restarted.setAt(), test.wall + 0.75);
-    EXPECT_EQ(asked, 0);
+    EXPECT_EQ(askedAfter, 0);
 
     // Another session resets and asks the server.
     restarted.begin(Uuid::random());
-    EXPECT_EQ(asked, 4);
+    EXPECT_EQ(askedAfter, 4);
     EXPECT_EQ(restarted.offset(), 9.0);
-    EXPECT_EQ(restarted.source(), MasterClock::Source::server);
+    EXPECT_EQ(restarted.source(), Source::server);
     EXPECT_FALSE(test.settings.contains("clock.setAt"));
 }
 
-TEST_F(ClockTest, AMasterCorrectionWinsOverLaterChecksAndTicks) {
-    TestClock test({Sntp::Sample{1.0, 0.01}});
+QString text(const Uuid& id) {
+    return QString::fromStdString(id.string());
+}
+
+TEST_F(ClockTest, ResultsArrivingAfterTheSessionOrSourceChangedAreDropped) {
+    HeldSamples held;
+    Fixture test(held.sampler(), 10s, 60s);
+
+    // The check begun for session A ends after B has begun; only B's check counts.
+    test.clock->begin(Uuid::random());
+    test.clock->begin(Uuid::random());
+    ASSERT_EQ(held.waiting.size(), 2u); // A's first sample, then B's
+    held.answer(0, Sample{7.0, 0.001});
+    for (int i = 0; i < 3; ++i)
+        held.answer(1, Sample{7.0, 0.001}); // A's next ones queue behind B's first
+    EXPECT_EQ(test.clock->source(), Source::device);
+    EXPECT_EQ(test.clock->offset(), 0.0);
+    for (int i = 0; i < 4; ++i)
+        held.answer(0, Sample{2.0, 0.01});
+    EXPECT_EQ(test.clock->source(), Source::server);
+    EXPECT_EQ(test.clock->offset(), 2.0);
+    EXPECT_EQ(test.settings.value("clock.offset").toDouble(), 2.0);
+
+    // A master correction made while a check is still under way wins over its result.
+    test.clock->checkServer(false);
+    held.answer(0, Sample{5.0, 0.001});
+    test.clock->setFromMaster(0.25);
+    while (!held.waiting.empty())
+        held.answer(0, Sample{5.0, 0.001});
+    EXPECT_EQ(test.clock->offset(), 2.25);
+    EXPECT_EQ(test.clock->source(), Source::master);
+    EXPECT_EQ(test.settings.value("clock.source").toString(), "master");
+    EXPECT_EQ(test.settings.value("clock.setAt").toDouble(), test.wall + 2.25);
+}
+
+TEST_F(ClockTest, TheTimerMeasuresAgainOnlyWhileTheServerIsTheSource) {
+    int asked = 0;
+    double serverOffset = 1.0;
+    Fixture test(
+        [&](QObject*, MasterClock::SampleDone done) {
+            ++asked;
+            done(Sample{serverOffset, 0.01});
+        },
+        10s, 50ms);
     test.clock->begin(Uuid::random());
     ASSERT_EQ(test.clock->offset(), 1.0);
-    test.samples.assign(20, Sntp::Sample{5.0, 0.001});
-    test.clock->setFromMaster(0.25);
-    EXPECT_EQ(test.clock->offset(), 1.25);
-    EXPECT_EQ(test.clock->source(), MasterClock::Source::master);
-    EXPECT_EQ(*test.clock->setAt(), test.wall + 1.25);
 
-    test.clock->checkServer(false);
-    QTest::qWait(500); // several refresh ticks
-    EXPECT_EQ(test.clock->offset(), 1.25);
-    EXPECT_EQ(test.clock->source(), MasterClock::Source::master);
+    serverOffset = 1.5;
+    EXPECT_TRUE(QTest::qWaitFor([&] { return test.clock->offset() == 1.5; }, 5'000));
+    EXPECT_EQ(asked % 4, 0); // whole checks only
+
+    test.clock->setFromMaster(0.0);
+    const int askedAtCorrection = asked;
+    QTest::qWait(300); // several ticks
+    EXPECT_EQ(asked, askedAtCorrection);
+    EXPECT_EQ(test.clock->source(), Source::master);
+}
+
+TEST_F(ClockTest, StoredStateOfTheSameSession) {
+    HeldSamples held;
+    Fixture test(held.sampler(), 10s, 60s);
+    const Uuid session = Uuid::random();
+
+    // Values of the wrong kind fall back to a fresh clock, and a session that is not new
+    // on its own device clock is not measured.
+    test.settings.setValue("clock.session", text(session));
+    test.settings.setValue("clock.offset", "ahead");
+    test.settings.setValue("clock.source", "satellite");
+    test.settings.setValue("clock.setAt", "yesterday");
+    test.clock->begin(session);
+    EXPECT_EQ(test.clock->offset(), 0.0);
+    EXPECT_EQ(test.clock->source(), Source::device);
+    EXPECT_FALSE(test.clock->setAt());
+    EXPECT_FALSE(test.settings.contains("clock.setAt"));
+    EXPECT_EQ(held.asked, 0);
+
+    // A stored server offset is restored and measured again; a failed check keeps it.
+    test.settings.setValue("clock.offset", 0.5);
+    test.settings.setValue("clock.source", "server");
+    test.clock->begin(session);
+    EXPECT_EQ(test.clock->offset(), 0.5);
+    EXPECT_EQ(held.asked, 1);
+    while (!held.waiting.empty())
+        held.answer(0, std::nullopt);
+    EXPECT_EQ(held.asked, 4);
+    EXPECT_EQ(test.clock->offset(), 0.5);
+    EXPECT_TRUE(test.clock->synced());
+
+    // The clock's own session is not new even when the stored one is another's: it is
+    // reset, but not measured.
+    test.settings.setValue("clock.session", text(Uuid::random()));
+    test.clock->begin(session);
+    EXPECT_EQ(test.clock->source(), Source::device);
+    EXPECT_EQ(test.clock->offset(), 0.0);
+    EXPECT_EQ(held.asked, 4);
+    EXPECT_EQ(test.settings.value("clock.session").toString(), text(session));
+}
+
+TEST_F(ClockTest, MasterTimeOfAMonotonicReading) {
+    HeldSamples held;
+    Fixture test(held.sampler());
+    test.clock->setFromMaster(2.0);
+    EXPECT_EQ(test.clock->now(), test.wall + 2.0);
+    // A frame stamped a quarter second ago on the monotonic clock.
+    EXPECT_DOUBLE_EQ(test.clock->time(test.monotonic - 0.25), test.wall + 2.0 - 0.25);
+
+    // By default the monotonic clock is steady_clock in seconds.
+    MasterClock::Options options;
+    options.settings = &test.settings;
+    options.sampler = held.sampler();
+    MasterClock real(options);
+    const double host =
+        std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+    EXPECT_NEAR(real.time(host), real.now(), 0.05);
+}
+
+// Sets an environment variable for one scope.
+struct ScopedEnv {
+    ScopedEnv(const char* variable, const char* value) : name(variable) {
+        if (const char* old = std::getenv(name))
+            previous = old;
+        qputenv(name, value);
+    }
+    ~ScopedEnv() {
+        if (previous)
+            qputenv(name, previous->c_str());
+        else
+            qunsetenv(name);
+    }
+    const char* name;
+    std::optional<std::string> previous;
+};
+
+TEST_F(ClockTest, TheServerComesFromTheSettingsThenTheEnvironment) {
+    fixtures::TempDir dir;
+    QSettings settings(QString::fromStdString(dir.file("settings.ini")), QSettings::IniFormat);
+    {
+        ScopedEnv env("KORVALUME_TIME_SERVER", "127.0.0.2:1230");
+        EXPECT_EQ(Sntp::configuredServer(settings), (Sntp::Server{"127.0.0.2", 1230}));
+        settings.setValue("clock.server", "127.0.0.3");
+        EXPECT_EQ(Sntp::configuredServer(settings), (Sntp::Server{"127.0.0.3", 123}));
+        // A setting that does not parse is passed over.
+        settings.setValue("clock.server", "127.0.0.3:http");
+        EXPECT_EQ(Sntp::configuredServer(settings), (Sntp::Server{"127.0.0.2", 1230}));
+    }
+    ScopedEnv env("KORVALUME_TIME_SERVER", "");
+    settings.remove("clock.server");
+    EXPECT_FALSE(Sntp::configuredServer(settings).host.isEmpty());
+    EXPECT_EQ(Sntp::configuredServer(settings).port, 123);
 }
 
 TEST_F(ClockTest, AgreesWithARealChronyOnLoopback) {
@@ -281,17 +435,15 @@ TEST_F(ClockTest, AgreesWithARealChronyOnLoopback) {
     std::printf("chrony on loopback: offset %+.6f s, delay %.6f s\n", measured.offset,
                 measured.delay);
 
-    TestClock test({}, false);
-    test.settings.setValue("clock.server", server);
-    test.clock.reset();
+    // The default sampler asks the server named in the settings.
+    QSettings settings(QString::fromStdString(dir.file("settings.ini")), QSettings::IniFormat);
+    settings.setValue("clock.server", server);
     MasterClock::Options options;
-    options.settings = &test.settings;
+    options.settings = &settings;
     MasterClock clock(options);
-    QEventLoop synced;
-    QObject::connect(&clock, &MasterClock::sourceChanged, &synced, &QEventLoop::quit);
-    QTimer::singleShot(15'000, &synced, &QEventLoop::quit);
+    QSignalSpy synced(&clock, &MasterClock::sourceChanged);
     clock.begin(Uuid::random());
-    synced.exec();
+    ASSERT_TRUE(synced.wait(15'000));
     ASSERT_TRUE(clock.synced());
     EXPECT_LT(std::abs(clock.offset()), 0.005);
     chrony.terminate();

@@ -1,4 +1,4 @@
-#include "xmeml_reader.h"
+#include "support/xmeml_reader.h"
 
 #include <QXmlStreamReader>
 
