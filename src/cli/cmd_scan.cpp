@@ -86,7 +86,9 @@ int runScan(std::span<const std::string> args, Io& io) {
     const std::vector<ClipFile> clips = readCard(folder, io);
 
     if (json) {
-        io.out << nlohmann::json(clips).dump(2) << '\n';
+        io.out << nlohmann::json(clips).dump(2, ' ', false,
+                                             nlohmann::json::error_handler_t::replace)
+               << '\n';
         return Done;
     }
     for (const ClipFile& clip : clips)

@@ -1,8 +1,5 @@
 #include "media/bwf_meta.h"
 
-#include <QDateTime>
-#include <QFileInfo>
-
 #include <array>
 #include <cstring>
 #include <limits>
@@ -128,10 +125,7 @@ std::optional<ClipFile> read(const std::string& path) {
     FileSource source(path);
     if (!source.isOpen())
         return std::nullopt;
-    std::optional<double> created;
-    const QDateTime born = QFileInfo(QString::fromStdString(path)).birthTime();
-    if (born.isValid())
-        created = double(born.toMSecsSinceEpoch()) / 1000.0;
+    const auto created = source.birthTime();
     return read(source, path, created);
 }
 

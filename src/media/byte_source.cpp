@@ -1,5 +1,8 @@
 #include "media/byte_source.h"
 
+#include "base/file_path.h"
+
+#include <QDateTime>
 #include <QFile>
 
 #include <algorithm>
@@ -13,9 +16,8 @@ struct FileSource::Impl {
 };
 
 FileSource::FileSource(const std::string& path) : impl_(std::make_unique<Impl>()) {
-    impl_->file.setFileName(QString::fromStdString(path));
     // Unbuffered: Qt's read-ahead would pull in media data the readers skip.
-    if (!impl_->file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+    if (!FilePath::openForReading(impl_->file, path, QIODevice::Unbuffered))
         impl_.reset();
 }
 
@@ -36,6 +38,15 @@ std::optional<std::uint64_t> FileSource::size() {
     if (!impl_)
         return std::nullopt;
     return std::uint64_t(impl_->file.size());
+}
+
+std::optional<double> FileSource::birthTime() const {
+    if (!impl_)
+        return std::nullopt;
+    const QDateTime born = impl_->file.fileTime(QFileDevice::FileBirthTime);
+    if (!born.isValid())
+        return std::nullopt;
+    return double(born.toMSecsSinceEpoch()) / 1000.0;
 }
 
 std::optional<std::size_t> MemorySource::readAt(std::uint64_t offset, std::span<std::byte> out) {

@@ -20,7 +20,8 @@ public:
     virtual std::optional<std::uint64_t> size() = 0;
 };
 
-// A file opened unbuffered, so every read is one small read of the drive.
+// A file opened unbuffered, so every read is one small read of the drive. The path is
+// the file system's bytes (base/file_path.h).
 class FileSource final : public ByteSource {
 public:
     explicit FileSource(const std::string& path);
@@ -31,6 +32,8 @@ public:
     bool isOpen() const { return impl_ != nullptr; }
     std::optional<std::size_t> readAt(std::uint64_t offset, std::span<std::byte> out) override;
     std::optional<std::uint64_t> size() override;
+    // When the file system says the file was made, in seconds since 1970, if it knows.
+    std::optional<double> birthTime() const;
 
 private:
     struct Impl;

@@ -4,13 +4,14 @@
 #include "media/movie_meta.h"
 #include "media/sony_clip_meta.h"
 
-#include <QDir>
-#include <QDirIterator>
+#include "base/file_path.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
+#include <filesystem>
 
 namespace korvalume::MediaReader {
 
@@ -19,13 +20,19 @@ namespace {
 // Real sidecars are a few kilobytes; anything far larger is not one.
 constexpr qint64 maxSidecarBytes = 4 * 1024 * 1024;
 
-std::string lowerExtension(const QString& path) {
-    return QFileInfo(path).suffix().toLower().toStdString();
+// What follows the last dot of the name, in lower case; media extensions are ASCII.
+std::string lowerExtension(const std::filesystem::path& path) {
+    std::string extension = FilePath::fromNative(path.extension());
+    if (!extension.empty())
+        extension.erase(0, 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
+    return extension;
 }
 
 std::optional<std::string> loadSidecar(const std::string& path) {
-    QFile file(QString::fromStdString(path));
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maxSidecarBytes)
+    QFile file;
+    if (!FilePath::openForReading(file, path) || file.size() > maxSidecarBytes)
         return std::nullopt;
     const QByteArray bytes = file.read(maxSidecarBytes + 1);
     if (bytes.size() > maxSidecarBytes)
@@ -45,17 +52,28 @@ std::optional<ClipFile> readVideo(const std::string& path) {
 }
 
 std::vector<std::string> mediaPaths(const std::string& folder) {
+    namespace fs = std::filesystem;
     std::vector<std::string> paths;
-    const QString root = QDir(QString::fromStdString(folder)).absolutePath();
+    std::error_code error;
+    fs::path root = fs::absolute(FilePath::toNative(folder), error).lexically_normal();
+    if (error)
+        return paths;
+    if (!root.has_filename() && root.has_relative_path())
+        root = root.parent_path(); // "/card/" lists as "/card"
     // Hidden items are skipped and hidden folders not entered; folders count as
-    // items too, so a folder named like a clip is kept and fails in its reader.
-    QDirIterator items(root, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot,
-                       QDirIterator::Subdirectories);
-    while (items.hasNext()) {
-        const QString path = items.next();
+    // items too, so a folder named like a clip is kept and fails in its reader. A
+    // folder that cannot be read is passed over.
+    fs::recursive_directory_iterator items(root, fs::directory_options::skip_permission_denied,
+                                           error);
+    for (; !error && items != fs::recursive_directory_iterator(); items.increment(error)) {
+        const fs::path& path = items->path();
+        if (FilePath::fromNative(path.filename()).starts_with('.')) {
+            items.disable_recursion_pending();
+            continue;
+        }
         const std::string extension = lowerExtension(path);
         if (isVideoExtension(extension) || isAudioExtension(extension))
-            paths.push_back(path.toStdString());
+            paths.push_back(FilePath::fromNative(path));
     }
     std::stable_sort(paths.begin(), paths.end());
     return paths;
@@ -70,7 +88,7 @@ std::vector<ClipFile> clips(const std::string& folder, const ScanOptions& option
     if (options.progress)
         options.progress(progress);
     for (const std::string& path : paths) {
-        const bool audio = isAudioExtension(lowerExtension(QString::fromStdString(path)));
+        const bool audio = isAudioExtension(lowerExtension(FilePath::toNative(path)));
         if (auto clip = audio ? BWFMeta::read(path) : readVideo(path))
             found.push_back(std::move(*clip));
         ++progress.filesDone;

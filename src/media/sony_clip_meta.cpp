@@ -2,12 +2,13 @@
 
 #include "media/date_text.h"
 
-#include <QDir>
-#include <QFileInfo>
+#include "base/file_path.h"
+
 #include <QXmlStreamReader>
 
 #include <charconv>
 #include <cstdint>
+#include <filesystem>
 
 namespace korvalume::SonyClipMeta {
 
@@ -68,13 +69,14 @@ constexpr std::string_view unsetSerial = "4294967295";
 } // namespace
 
 std::optional<std::string> sidecar(const std::string& clipPath) {
-    const QFileInfo clip(QString::fromStdString(clipPath));
-    const QDir folder = clip.dir();
-    const QString base = clip.completeBaseName();
+    const std::filesystem::path clip = FilePath::toNative(clipPath);
     for (const char* suffix : {"M01.XML", "M01.xml"}) {
-        const QString candidate = folder.filePath(base + QLatin1String(suffix));
-        if (QFileInfo(candidate).isFile())
-            return candidate.toStdString();
+        std::filesystem::path name = clip.stem();
+        name += suffix;
+        const std::filesystem::path candidate = clip.parent_path() / name;
+        std::error_code error;
+        if (std::filesystem::is_regular_file(candidate, error))
+            return FilePath::fromNative(candidate);
     }
     return std::nullopt;
 }
