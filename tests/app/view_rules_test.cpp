@@ -51,27 +51,13 @@ TEST(ViewRules, PanelAndStepsFollowTheModelState) {
     EXPECT_EQ(panel(false, false), Panel::welcome);
     EXPECT_EQ(panel(true, false), Panel::session);
     EXPECT_EQ(panel(true, true), Panel::live);
-
-    const auto overview = steps(false, false);
-    ASSERT_EQ(overview.size(), 3u);
-    EXPECT_EQ(overview[0].title, "01 / SET UP");
-    EXPECT_EQ(overview[2].line,
-              "Point each camera at its card folder and export. Premiere opens with every clip "
-              "in place.");
-    const auto edit = steps(true, false);
-    ASSERT_EQ(edit.size(), 3u);
-    EXPECT_EQ(edit[1].title, "02 / CAMERA FOLDERS");
-    EXPECT_EQ(edit[2].line, "Export, then use File > Import in Premiere Pro. Every clip lands in "
-                            "place, one track per camera.");
+    EXPECT_EQ(steps(false, false).size(), 3u);
+    EXPECT_EQ(steps(true, false)[1].title, "02 / CAMERA FOLDERS");
     EXPECT_TRUE(steps(true, true).empty());
-
+    // Only the owner ends the session for everyone; anyone else only stops watching.
     EXPECT_EQ(liveSidebar(true).endButton, "END SESSION FOR EVERYONE");
     EXPECT_EQ(liveSidebar(false).endButton, "STOP WATCHING");
-    EXPECT_EQ(endConfirmation(true).title, "End the session for everyone?");
     EXPECT_EQ(endConfirmation(true).button, "End for everyone");
-    EXPECT_EQ(endConfirmation(false).title, "Stop watching this session?");
-    EXPECT_EQ(endConfirmation(false).message,
-              "Only this laptop stops. The session carries on for everyone else.");
     EXPECT_EQ(endConfirmation(false).button, "Stop watching");
 }
 
@@ -160,17 +146,12 @@ TEST(ViewRules, LiveTextsAtAFixedTime) {
     const auto at = [&](double elapsed) { return liveTexts(doc, start + elapsed, true, {}); };
 
     LiveTexts texts = at(3599);
-    EXPECT_EQ(texts.title, "SESSION / LIVE");
     EXPECT_EQ(texts.running, "RUNNING 59:59");
     EXPECT_EQ(at(3600).running, "RUNNING 1:00:00");
     EXPECT_EQ(texts.timeOfDay, "10:46:39:00");
     EXPECT_EQ(texts.facts, "25 FPS / 0 DEVICES / 0 PHONES");
-    EXPECT_EQ(texts.clockState, "NTP LINKED / CLOCK");
     EXPECT_EQ(liveTexts(doc, start, false, {}).clockState, "NOT LINKED / CLOCK");
-    EXPECT_EQ(texts.waitingTitle, "WAITING FOR CAMERAS");
-    EXPECT_EQ(texts.waitingText, waitingText);
-    EXPECT_EQ(texts.phonesEmpty,
-              "None yet. Phones link when they are nearby or on the same Wi-Fi.");
+    EXPECT_FALSE(texts.waitingTitle.empty() || texts.phonesEmpty.empty());
 
     // The first camera replaces the waiting note; a linked phone replaces "None yet".
     Camera cam = camera("CAM A");
@@ -182,18 +163,11 @@ TEST(ViewRules, LiveTextsAtAFixedTime) {
     EXPECT_TRUE(texts.phonesEmpty.empty());
     EXPECT_EQ(texts.facts, "25 FPS / 1 DEVICE / 1 PHONE");
     ASSERT_EQ(texts.rows.size(), 1u);
-    EXPECT_EQ(texts.rows[0].name, "CAM A");
     EXPECT_EQ(texts.rows[0].kindLink, "CAMERA / BLUETOOTH");
     EXPECT_TRUE(texts.rows[0].rolling);
     EXPECT_EQ(texts.rows[0].status, summary(doc, cam, start + 75).text);
     EXPECT_EQ(texts.rows[0].clips, "1 CLIP");
     EXPECT_EQ(texts.rows[0].detail, "0 SCANS / 1 MARKER");
-
-    // The same instant gives the same texts, whenever it is drawn.
-    const LiveTexts again = liveTexts(doc, start + 75, false, {"Ana's iPhone"});
-    EXPECT_EQ(again.rows[0].status, texts.rows[0].status);
-    EXPECT_EQ(again.timeOfDay, texts.timeOfDay);
-    EXPECT_EQ(again.running, texts.running);
 }
 
 TEST(ViewRules, CameraCardFollowsItsFolderAndPlan) {

@@ -1,9 +1,11 @@
 // Runs inside tests/support/netns-run: one `korvalume host` and several `korvalume join`s,
 // each a separate device with its own settings, its own camera and its own events, plus a
 // join of another session's link. Exits 0 when every join of the session ended with the
-// host's cameras and events, the stranger changed nothing, and every join wrote its log
-// and exited once the host ended the session; prints what went wrong and exits 1
-// otherwise. With --joins N and --events M it also reports how long convergence took.
+// host's cameras and events, the stranger changed nothing, DNS-SD showed the session's
+// tag and never its id, and every join wrote its log and exited once the host ended the
+// session; prints what went wrong and exits 1 otherwise. With --joins N and --events M it
+// also reports how long convergence took.
+#include "live/peer_protocol.h"
 #include "session/session_doc.h"
 #include "session/session_file.h"
 #include "session/session_link.h"
@@ -188,6 +190,19 @@ int main(int argc, char** argv) {
     check(converged, "the host did not take in every join's log");
     std::printf("converged: %d joins x %d events in %.2f s\n", joins, events,
                 double(clock.elapsed()) / 1000.0);
+
+    // The session is announced by its tag; its id, the link's secret, never leaves the desk.
+    QProcess browse;
+    browse.start("avahi-browse", {"-rpt", "_korvalume._tcp"});
+    browse.waitForFinished(20'000);
+    const QString listing = QString::fromUtf8(browse.readAllStandardOutput());
+    const QString tagRecord = QStringLiteral("\"s=%1\"").arg(PeerProtocol::sessionTag(link->id));
+    check(listing.split('\n').filter(QRegularExpression("^=")).filter(tagRecord).size() > 0,
+          "no desk is resolved with TXT " + tagRecord + ":\n" + listing);
+    const QString idText = QString::fromStdString(link->id.string());
+    check(!listing.contains(idText, Qt::CaseInsensitive) &&
+              !listing.contains(QString(idText).remove('-'), Qt::CaseInsensitive),
+          "the session id is visible on the network");
 
     // What hosting cost so far: CPU time and peak memory, from the kernel's accounting.
     const QString proc = QString("/proc/%1/").arg(host->processId());

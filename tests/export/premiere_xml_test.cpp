@@ -259,20 +259,5 @@ TEST(PremiereXml, AbsurdValuesAreLeftOutNotFatal) {
     EXPECT_EQ(back.files.at("file-2").count("timecode/string"), 0u);
 }
 
-TEST(SaveSyncMap, WritesTheFileOrSaysWhyNot) {
-    QTemporaryDir dir;
-    ASSERT_TRUE(dir.isValid());
-    const auto doc = session("SHOOT 15/NOV", fps25, origin);
-    EXPECT_EQ(PremiereXML::fileName(doc), "SHOOT 15-NOV SYNC MAP.xml");
-    const std::string path = dir.filePath("map.xml").toStdString();
-    const auto xml = PremiereXML::exportDocument(doc, {});
-    EXPECT_EQ(PremiereXML::save(path, xml), std::nullopt);
-    EXPECT_EQ(readText(path), xml);
-    const std::string nowhere = dir.filePath("missing/x.xml").toStdString();
-    EXPECT_TRUE(PremiereXML::save(nowhere, xml)
-                    .value_or("")
-                    .starts_with("Could not save the sync map: " + nowhere + ": "));
-}
-
 } // namespace
 } // namespace korvalume

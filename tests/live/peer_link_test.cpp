@@ -1,11 +1,6 @@
 #include "peer_test_support.h"
 #include "session/session_file.h"
 
-#include <QSslCipher>
-#include <QSslConfiguration>
-#include <QSslPreSharedKeyAuthenticator>
-#include <QSslSocket>
-
 #include <gtest/gtest.h>
 
 namespace korvalume {
@@ -19,36 +14,6 @@ const QStringList none;
 void settle(int ms = 500) {
     QTest::qWait(ms);
 }
-
-// A hand-made TLS-PSK client, to send what a well-behaved link never would.
-class RawPeer {
-public:
-    RawPeer(const QByteArray& identity, const QByteArray& key, quint16 port) {
-        auto configuration = QSslConfiguration::defaultConfiguration();
-        configuration.setProtocol(QSsl::TlsV1_2);
-        configuration.setCiphers({QSslCipher(QStringLiteral("ECDHE-PSK-CHACHA20-POLY1305"))});
-        configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
-        socket.setSslConfiguration(configuration);
-        QObject::connect(&socket, &QSslSocket::preSharedKeyAuthenticationRequired, &socket,
-                         [identity, key](QSslPreSharedKeyAuthenticator* authenticator) {
-                             authenticator->setIdentity(identity);
-                             authenticator->setPreSharedKey(key);
-                         });
-        QObject::connect(&socket, &QSslSocket::readyRead, &socket,
-                         [this] { incoming += socket.readAll(); });
-        socket.connectToHostEncrypted(QStringLiteral("127.0.0.1"), port);
-    }
-    bool encrypted() {
-        return QTest::qWaitFor([&] { return socket.isEncrypted(); }, linkWaitMs);
-    }
-    void send(const QByteArray& bytes) {
-        socket.write(bytes);
-        socket.flush();
-    }
-
-    QSslSocket socket;
-    QByteArray incoming;
-};
 
 class PeerLinkTest : public ::testing::Test {
 protected:
@@ -129,32 +94,6 @@ TEST_F(PeerLinkTest, ALinkOfAnotherSessionFailsTheHandshakeAndIsNeverAdmitted) {
     EXPECT_TRUE(stranger.received.empty());
 }
 
-TEST_F(PeerLinkTest, GarbageIsDroppedAndAnOversizedLengthClosesTheConnection) {
-    RecordingLink desk("Desk", "AAAA0000");
-    desk.link.start(session);
-    RawPeer raw("Studio Mac#1A2B", PeerProtocol::preSharedKey(session), desk.link.listeningPort());
-    ASSERT_TRUE(raw.encrypted()) << raw.socket.errorString().toStdString();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !desk.link.connected().isEmpty(); }, linkWaitMs));
-    EXPECT_EQ(desk.link.connected(), QStringList{"Studio Mac"});
-
-    // Not JSON, then JSON that is not a log: both dropped; the log after them arrives.
-    const SessionDoc log = sampleLog(session, "raw", 2);
-    raw.send(PeerProtocol::encodeFrame("\xFF not json") + PeerProtocol::encodeFrame("{\"id\":1}") +
-             PeerProtocol::encodeFrame(*sessionfile::encoded(log)));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return desk.received.size() == 1; }, linkWaitMs));
-    EXPECT_EQ(desk.received[0], log);
-    EXPECT_EQ(desk.link.connected(), QStringList{"Studio Mac"});
-
-    // One byte over 64 MiB announced: the desk hangs up without waiting for the bytes.
-    raw.send(QByteArray("\x04\x00\x00\x01", 4) + "{}");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return desk.link.connected().isEmpty(); }, linkWaitMs));
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return raw.socket.state() == QAbstractSocket::UnconnectedState; }, linkWaitMs));
-    ASSERT_FALSE(desk.problems.empty());
-    EXPECT_TRUE(desk.problems.back().contains("67108865")) << desk.problems.back().toStdString();
-    EXPECT_EQ(desk.received.size(), 1u);
-}
-
 TEST_F(PeerLinkTest, StartingAgainWithTheSameSessionKeepsTheConnection) {
     RecordingLink alpha("Alpha", "AAAA0000", sampleLog(session, "alpha"));
     RecordingLink bravo("Bravo", "BBBB0000", sampleLog(session, "bravo"));
@@ -176,25 +115,6 @@ TEST_F(PeerLinkTest, StartingAgainWithTheSameSessionKeepsTheConnection) {
     alpha.link.start(Uuid::random());
     EXPECT_EQ(alpha.link.connected(), none);
     ASSERT_TRUE(QTest::qWaitFor([&] { return bravo.link.connected().isEmpty(); }, linkWaitMs));
-}
-
-TEST_F(PeerLinkTest, BroadcastWithNoPeerSendsNothing) {
-    RecordingLink alpha("Alpha", "AAAA0000", sampleLog(session, "alpha"));
-    RecordingLink bravo("Bravo", "BBBB0000");
-    alpha.link.start(session);
-    EXPECT_EQ(alpha.link.broadcast(sampleLog(session, "broadcast", 5)), 0);
-    PeerLink stopped(PeerLink::Options{"Stopped", "CCCC", PeerLink::Discovery::manual});
-    EXPECT_EQ(stopped.broadcast(sampleLog(session, "broadcast", 5)), 0);
-
-    // Nothing was queued: a peer that links later gets the current log only.
-    bravo.link.start(session);
-    alpha.find(bravo);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return bravo.received.size() == 1; }, linkWaitMs));
-    settle();
-    ASSERT_EQ(bravo.received.size(), 1u);
-    EXPECT_EQ(bravo.received[0], *alpha.currentLog);
-    // Bravo has no current log, so it sent nothing back.
-    EXPECT_TRUE(alpha.received.empty());
 }
 
 } // namespace

@@ -70,6 +70,26 @@ TEST_F(PeerOpenSslTest, AFramedLogThroughOpenSslIsReceivedWithTheRightKey) {
     EXPECT_TRUE(client.seen.contains("Protocol  : TLSv1.2")) << client.seen.toStdString();
 }
 
+TEST_F(PeerOpenSslTest, GarbageIsDroppedAndAnOversizedLengthClosesTheConnection) {
+    OpenSslClient client(desk.link.listeningPort(), PeerProtocol::preSharedKey(session), ecdhePsk);
+    // Not JSON, then JSON that is not a log: both dropped; the log after them arrives.
+    const SessionDoc log = sampleLog(session, "openssl", 2);
+    client.process.write(PeerProtocol::encodeFrame("\xFF not json") +
+                         PeerProtocol::encodeFrame("{\"id\":1}") +
+                         PeerProtocol::encodeFrame(*sessionfile::encoded(log)));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return desk.received.size() == 1; }, linkWaitMs));
+    EXPECT_EQ(desk.received[0], log);
+    EXPECT_EQ(desk.link.connected(), QStringList{"Field phone"});
+
+    // One byte over 64 MiB announced: the desk hangs up without waiting for the bytes.
+    client.process.write(QByteArray("\x04\x00\x00\x01", 4) + "{}");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return desk.link.connected().isEmpty(); }, linkWaitMs));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return client.finished(); }, linkWaitMs));
+    ASSERT_FALSE(desk.problems.empty());
+    EXPECT_TRUE(desk.problems.back().contains("67108865")) << desk.problems.back().toStdString();
+    EXPECT_EQ(desk.received.size(), 1u);
+}
+
 TEST_F(PeerOpenSslTest, NothingIsReceivedWithAWrongKeyOrAPlainPskSuite) {
     const Uuid other = Uuid::random();
     {

@@ -63,53 +63,6 @@ TEST(Place, WrapsAtMidnightOfTheTimecodeDay) {
     EXPECT_TRUE(std::isfinite(SyncMap::place(1e300, std::vector{early}, pal, true, {})));
 }
 
-TEST(Place, AClipWrapsAtMidnightByItsOwnTimecodesDay) {
-    const auto clip = [](std::optional<Timecode> timecode, std::optional<double> seconds) {
-        ClipFile file;
-        file.startTC = timecode;
-        file.startTCSeconds = seconds;
-        return file;
-    };
-    const FrameRate ntsc60{60, true};
-    const Timecode dropFrame{0, 0, 30, 0, true};
-    const Timecode nonDrop{0, 0, 30, 0, false};
-    EXPECT_NEAR(SyncMap::timecodeDay(clip(dropFrame, {}), ntsc30), 86'399.9136, 1e-6);
-    EXPECT_NEAR(SyncMap::timecodeDay(clip(dropFrame, {}), ntsc60), 86'399.9136, 1e-6);
-    EXPECT_NEAR(SyncMap::timecodeDay(clip(nonDrop, {}), ntsc30), 86'486.4, 1e-6);
-    EXPECT_EQ(SyncMap::timecodeDay(clip(nonDrop, {}), pal), 86'400);
-    EXPECT_EQ(SyncMap::timecodeDay(clip({}, 30.0), ntsc30), 86'400);
-
-    // Scanned at 23:50:00;00 only; a drop-frame clip started at 00:00:30;00 after midnight
-    // lands 17,982 + 900 frames later, not 86.5 s late.
-    const double noon = 1'000'000;
-    const Anchor scan{noon, Timecode{23, 50, 0, 0, true}, std::nullopt, noon};
-    const double t = *dropFrame.checkedSecondsAt(ntsc30);
-    const double placed = SyncMap::place(t, std::vector{scan}, ntsc30, true, {},
-                                         SyncMap::timecodeDay(clip(dropFrame, {}), ntsc30));
-    EXPECT_NEAR(placed, noon + (17'982 + 900) / ntsc30.fps(), 1e-6);
-}
-
-TEST(Place, ScansOnBothSidesOfMidnightAreOneClock) {
-    // Scanned at 23:50:00:00 and, twenty minutes later, at 00:10:00:00.
-    const double first = 1'000'000;
-    for (const auto& [rate, dropFrame] : {std::pair{pal, false}, std::pair{ntsc30, true}}) {
-        const Timecode before{23, 50, 0, 0, dropFrame};
-        const Timecode after{0, 10, 0, 0, dropFrame};
-        const double day = Anchor{0, before, std::nullopt, 0}.dayAt(rate);
-        const double elapsed = *after.checkedSecondsAt(rate) + day - *before.checkedSecondsAt(rate);
-        const std::vector scans{Anchor{first, before, std::nullopt, first},
-                                Anchor{first + elapsed, after, std::nullopt, first + elapsed}};
-        EXPECT_TRUE(SyncMap::isConsistent(scans, rate)) << rate.label();
-        // A clip at midnight lands between them, on the same clock.
-        const Timecode midnight{0, 0, 0, 0, dropFrame};
-        ClipFile file;
-        file.startTC = midnight;
-        const double placed = SyncMap::place(*midnight.checkedSecondsAt(rate), scans, rate, true,
-                                             {}, SyncMap::timecodeDay(file, rate));
-        EXPECT_NEAR(placed, first + day - *before.checkedSecondsAt(rate), 1e-6) << rate.label();
-    }
-}
-
 TEST(Place, DisagreeingAnchorsPlaceAClipWhereItLandsNearestItsDate) {
     // The timecode was reset to 01:00:00 between the two recordings.
     const std::vector anchors{clipAnchor(10'000, 36'000, 10'000), clipAnchor(20'000, 3'600, 20'000),

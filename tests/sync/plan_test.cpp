@@ -96,17 +96,6 @@ TEST(Plan, ScansPlaceByTimecodeAndLogsCoverTheRest) {
     EXPECT_EQ(plan.warnings, Rows{oneUnmatched});
 }
 
-TEST(Plan, A50pClipStartsOnItsOwnFrame) {
-    // Its timecode shows 10:01:00:22 at the counting base of 25, but it began on frame 45
-    // of its own 50: 0.9 s into the second, not 0.88.
-    Shoot shoot;
-    shoot.doc.fps = FrameRate{50, false};
-    shoot.scan(0, "10:00:00:00");
-    ClipFile odd = clip("C0001.MP4", 5, "10:01:00:22", {}, FrameRate{50, false});
-    odd.startExact = 36'060.9;
-    EXPECT_EQ(outcomes(shoot.plan({odd})), std::vector<std::string>{"C0001.MP4 TIMECODE 60.9"});
-}
-
 TEST(Plan, CamerasWithoutScansOrFiles) {
     Shoot noFiles;
     noFiles.recordings({{0, 10}, {20, 30}});

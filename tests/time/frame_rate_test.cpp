@@ -23,19 +23,6 @@ TEST(FrameRate, DerivedValuesHalveOnceAboveThirty) {
     EXPECT_EQ((FrameRate{30, true}.id()), "29.97");
 }
 
-TEST(FrameRate, KnownAndOfferedRates) {
-    std::vector<std::string> labels;
-    for (const auto& rate : FrameRate::all())
-        labels.push_back(rate.label());
-    EXPECT_EQ(labels,
-              (std::vector<std::string>{"23.976", "24", "25", "29.97", "30", "50", "59.94", "60"}));
-    labels.clear();
-    for (const auto& rate : FrameRate::sessionChoices())
-        labels.push_back(rate.label());
-    EXPECT_EQ(labels, (std::vector<std::string>{"23.976", "24", "25", "29.97", "50", "59.94"}));
-    EXPECT_EQ(FrameRate::pal(), (FrameRate{25, false}));
-}
-
 TEST(FrameRate, SonyRateTexts) {
     EXPECT_EQ(FrameRate::sony("23.98p"), (FrameRate{24, true}));
     EXPECT_EQ(FrameRate::sony(" 25P "), (FrameRate{25, false}));

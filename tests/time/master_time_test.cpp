@@ -74,11 +74,3 @@ TEST(MasterTime, RunningClockText) {
     EXPECT_EQ(MasterTime::clock(-5), "00:00");
     EXPECT_EQ(MasterTime::clock(std::nan("")), "00:00");
 }
-
-TEST(MasterTime, SessionZoneFromOffset) {
-    EXPECT_EQ(MasterTime::zoneFromOffset(7200).offsetFromUtc(QDateTime::currentDateTimeUtc()),
-              7200);
-    const auto machine = QTimeZone::systemTimeZone();
-    EXPECT_EQ(MasterTime::zoneFromOffset(std::nullopt), machine);
-    EXPECT_EQ(MasterTime::zoneFromOffset(999999), machine);
-}
