@@ -417,22 +417,9 @@ std::string escapeText(std::string_view text) {
     return out;
 }
 
-std::string rateElement(const FrameRate& rate) {
-    std::string out;
-    appendRate(out, rate);
-    return out;
-}
-
 std::string pathURL(std::string_view path) {
     std::string out;
     appendPathURLOf(out, path);
-    return out;
-}
-
-std::string fileElement(const ClipFile& file, std::int64_t id, const FrameRate& clipRate,
-                        std::int64_t frames, const FrameRate& sequenceRate) {
-    std::string out;
-    appendFileElement(out, file, id, clipRate, frames, sequenceRate);
     return out;
 }
 

@@ -52,14 +52,6 @@ std::string pathURL(std::string_view path);
 // XML text cannot hold (control characters, broken UTF-8) become U+FFFD.
 std::string escapeText(std::string_view text);
 
-// "<rate><timebase>25</timebase><ntsc>FALSE</ntsc></rate>"
-std::string rateElement(const FrameRate& rate);
-
-// The full description of a media file, written once per file; `clipRate` is
-// the file's own rate (or the sequence's), `frames` its length at that rate.
-std::string fileElement(const ClipFile& file, std::int64_t id, const FrameRate& clipRate,
-                        std::int64_t frames, const FrameRate& sequenceRate);
-
 // The name proposed for the written document: the session name + " SYNC MAP.xml",
 // with any "/" of the name written as "-" so that it stays one file name.
 std::string fileName(const SessionDoc& doc);

@@ -107,10 +107,6 @@ std::optional<ClipFile> read(const std::string& path) {
     return MovieMeta::read(path);
 }
 
-QFuture<std::optional<ClipFile>> readAsync(const std::string& path) {
-    return QtConcurrent::run([path] { return read(path); });
-}
-
 std::optional<std::string> folderProblem(const std::string& folder) {
     const QFileInfo info(QString::fromStdString(folder));
     if (!info.exists())

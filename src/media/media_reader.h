@@ -32,7 +32,6 @@ QFuture<std::vector<ClipFile>> clipsAsync(const std::string& folder, ScanOptions
 
 // Reads one movie file through libavformat's container headers, never decoding.
 std::optional<ClipFile> read(const std::string& path);
-QFuture<std::optional<ClipFile>> readAsync(const std::string& path);
 
 // Why a folder cannot be listed ("does not exist", "is not a folder", "cannot
 // be read"), or nullopt when it can; `clips` does not tell these from an empty folder.

@@ -52,16 +52,6 @@ std::string quoted(std::string_view what) {
 
 } // namespace
 
-bool isValidUtf8(std::string_view text) {
-    for (std::size_t i = 0; i < text.size();) {
-        const std::size_t length = utf8SequenceLength(text, i);
-        if (length == 0)
-            return false;
-        i += length;
-    }
-    return true;
-}
-
 // ---- Writing ----
 
 void appendString(std::string& out, std::string_view text, std::string_view what) {

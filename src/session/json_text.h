@@ -16,8 +16,6 @@ struct JsonTextError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-bool isValidUtf8(std::string_view text);
-
 // Writing. Doubles use the shortest digits that read back to the identical
 // double, in plain notation for 1e-6 <= |x| < 1e21 (so an instant such as
 // 1700000000.0 is written 1700000000, as the phones write it) and in exponent

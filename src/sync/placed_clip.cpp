@@ -25,14 +25,6 @@ std::string_view label(PlacedClip::Method method) {
     return "NOT PLACED";
 }
 
-std::optional<PlacedClip::Method> PlacedClip::parseMethod(std::string_view text) {
-    for (const auto& [method, candidate] : methodLabels) {
-        if (candidate == text)
-            return method;
-    }
-    return std::nullopt;
-}
-
 std::vector<PlacedClip> CameraPlan::placed() const {
     std::vector<PlacedClip> result;
     for (const auto& clip : clips) {

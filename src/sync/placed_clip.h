@@ -28,13 +28,11 @@ struct PlacedClip {
 
     const std::string& id() const { return file.path; }
 
-    // The stored text of a method, which is also its label: "TIMECODE", "LOGGED",
-    // "TIMECODE + LOG", "NOT PLACED".
-    static std::optional<Method> parseMethod(std::string_view text);
-
     friend bool operator==(const PlacedClip&, const PlacedClip&) = default;
 };
 
+// The stored text of a method, which is also its label: "TIMECODE", "LOGGED",
+// "TIMECODE + LOG", "NOT PLACED".
 std::string_view label(PlacedClip::Method method);
 
 // One camera's placed files, in the engine's file order, and what to tell the user
