@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <system_error>
 
 namespace korvalume::jsonread {
@@ -52,14 +53,47 @@ std::string_view trimmed(std::string_view token) {
 
 } // namespace
 
-Reader::Reader(std::string_view text, int maxDepth) : maxDepth_(maxDepth) {
+struct Reader::Scratch {
+    simdjson::ondemand::parser parser;
+    std::unique_ptr<char[]> buffer;
+    std::size_t capacity = 0;
+    bool inUse = false;
+
+    simdjson::padded_string_view hold(std::string_view text) {
+        const std::size_t needed = text.size() + simdjson::SIMDJSON_PADDING;
+        if (capacity < needed) {
+            buffer = std::make_unique_for_overwrite<char[]>(needed);
+            capacity = needed;
+        }
+        std::memcpy(buffer.get(), text.data(), text.size());
+        std::memset(buffer.get() + text.size(), 0, simdjson::SIMDJSON_PADDING);
+        return simdjson::padded_string_view(buffer.get(), text.size(), capacity);
+    }
+};
+
+Reader::Claim::Claim(std::unique_ptr<Scratch>& own) {
+    thread_local Scratch shared;
+    if (shared.inUse) {
+        own = std::make_unique<Scratch>();
+        scratch = own.get();
+    } else {
+        scratch = &shared;
+    }
+    scratch->inUse = true;
+}
+
+Reader::Claim::~Claim() {
+    scratch->inUse = false;
+}
+
+Reader::Reader(std::string_view text, int maxDepth) : claim_(own_), maxDepth_(maxDepth) {
     // A UTF-8 byte order mark is tolerated, as common JSON readers do.
     if (text.starts_with("\xEF\xBB\xBF")) {
         text.remove_prefix(3);
         skipped_ = 3;
     }
-    text_ = simdjson::padded_string(text);
-    if (const auto error = parser_.iterate(text_).get(document_)) {
+    text_ = claim_.scratch->hold(text);
+    if (const auto error = claim_.scratch->parser.iterate(text_).get(document_)) {
         if (error == simdjson::MEMALLOC)
             throw std::bad_alloc();
         // These two are found at the end of the text; the rest have no place.
@@ -70,6 +104,8 @@ Reader::Reader(std::string_view text, int maxDepth) : maxDepth_(maxDepth) {
         throw JsonSyntaxError("malformed JSON: " + std::string(reason(error)));
     }
 }
+
+Reader::~Reader() = default;
 
 void Reader::syntaxError(std::string_view problem) {
     const char* at = nullptr;

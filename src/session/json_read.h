@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -30,6 +31,9 @@ struct NumberRangeError : jsontext::JsonTextError {
 class Reader {
 public:
     Reader(std::string_view text, int maxDepth);
+    ~Reader();
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
 
     // The root, an object or an array as `type` says; `what` names it in a refusal.
     Value root(simdjson::ondemand::json_type type, std::string_view what);
@@ -84,8 +88,21 @@ private:
     [[noreturn]] void numberError(Value& value, simdjson::error_code error, std::string_view what,
                                   std::string_view outOfRange);
 
-    simdjson::padded_string text_;
-    simdjson::ondemand::parser parser_;
+    // The parser and the padded copy of the text: the thread's own, kept from one read to
+    // the next because allocating them afresh costs more than parsing a large log; or this
+    // reader's own while another reader on the thread holds the thread's.
+    struct Scratch;
+    // Holds a scratch for as long as the reader lives, also when it refuses the text.
+    struct Claim {
+        explicit Claim(std::unique_ptr<Scratch>& own);
+        ~Claim();
+        Claim(const Claim&) = delete;
+        Claim& operator=(const Claim&) = delete;
+        Scratch* scratch;
+    };
+    std::unique_ptr<Scratch> own_;
+    Claim claim_;
+    simdjson::padded_string_view text_;
     simdjson::ondemand::document document_;
     std::size_t skipped_ = 0; // a byte order mark, still counted in offsets
     int depth_ = 0;
