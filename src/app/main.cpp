@@ -96,7 +96,10 @@ int main(int argc, char* argv[]) {
 
     korvalume::SingleInstance instance(korvalume::SingleInstance::defaultServerName());
     if (const auto answer = instance.handOver(items)) {
-        std::printf("Opened in the running Korvalume Desk: %s\n", qPrintable(*answer));
+        if (answer->isEmpty())
+            std::printf("Handed to the running Korvalume Desk, which has not answered yet.\n");
+        else
+            std::printf("Opened in the running Korvalume Desk: %s\n", qPrintable(*answer));
         return 0;
     }
 

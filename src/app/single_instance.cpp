@@ -2,12 +2,16 @@
 
 #include <QCryptographicHash>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QLocalSocket>
 
 namespace korvalume {
 
 namespace {
-constexpr int handOverTimeoutMs = 2000;
+constexpr int connectTimeoutMs = 2000;
+// A desk that is still starting up, or busy on a slow machine, answers late: once connected,
+// the items are its, so the answer is worth waiting for.
+constexpr int answerTimeoutMs = 30'000;
 // Items travel as UTF-8 lines; a file name with a line break can't be handed over,
 // which no file manager produces for a log it opens.
 QByteArray encode(const QStringList& items) {
@@ -29,13 +33,16 @@ QString SingleInstance::defaultServerName() {
 std::optional<QString> SingleInstance::handOver(const QStringList& items) const {
     QLocalSocket socket;
     socket.connectToServer(name_);
-    if (!socket.waitForConnected(handOverTimeoutMs))
+    if (!socket.waitForConnected(connectTimeoutMs))
         return std::nullopt;
     socket.write(encode(items));
-    if (!socket.waitForBytesWritten(handOverTimeoutMs))
+    if (!socket.waitForBytesWritten(connectTimeoutMs))
         return std::nullopt;
     // The running desk answers with one line once it has taken everything, then closes.
-    while (!socket.canReadLine() && socket.waitForReadyRead(handOverTimeoutMs)) {
+    QElapsedTimer waited;
+    waited.start();
+    while (!socket.canReadLine() && waited.elapsed() < answerTimeoutMs &&
+           socket.waitForReadyRead(int(answerTimeoutMs - waited.elapsed()))) {
     }
     return QString::fromUtf8(socket.readLine()).trimmed();
 }

@@ -21,7 +21,8 @@ public:
     static QString defaultServerName();
 
     // Sends `items` (files and links) to a running desk. Its answer, one line saying what it
-    // holds now, when one took them; nothing when none is running.
+    // holds now, when one took them (empty when it took them but did not answer in time);
+    // nothing when none is running.
     std::optional<QString> handOver(const QStringList& items) const;
     // Becomes the running desk: `received` is called with every hand-over and answers it.
     bool listen(std::function<QString(const QStringList&)> received);
