@@ -423,8 +423,7 @@ std::string pathURL(std::string_view path) {
     return out;
 }
 
-Document build(const SessionDoc& doc, std::span<const CameraPlan> plans,
-               const std::optional<QTimeZone>& zone) {
+Document build(const SessionDoc& doc, std::span<const CameraPlan> plans) {
     const FrameRate& rate = doc.fps;
     const double fps = rate.fps();
     Document result;
@@ -516,7 +515,7 @@ Document build(const SessionDoc& doc, std::span<const CameraPlan> plans,
         markers += "</in><out>-1</out></marker>\n";
     }
 
-    const auto start = sequenceTimecode(origin, rate, zone ? *zone : doc.timeZone());
+    const auto start = sequenceTimecode(origin, rate, doc.timeZone());
 
     std::string& out = result.xml;
     out.reserve(1024 + doc.name.size() * 6 + markers.size() + estimatedSize(lanes));
@@ -562,9 +561,8 @@ Document build(const SessionDoc& doc, std::span<const CameraPlan> plans,
     return result;
 }
 
-std::string exportDocument(const SessionDoc& doc, std::span<const CameraPlan> plans,
-                           const std::optional<QTimeZone>& zone) {
-    return build(doc, plans, zone).xml;
+std::string exportDocument(const SessionDoc& doc, std::span<const CameraPlan> plans) {
+    return build(doc, plans).xml;
 }
 
 std::string fileName(const SessionDoc& doc) {

@@ -5,8 +5,6 @@
 #include "sync/placed_clip.h"
 #include "time/frame_rate.h"
 
-#include <QTimeZone>
-
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -34,14 +32,12 @@ struct Document {
     std::vector<LeftOutClip> leftOut;
 };
 
-// The whole document for the placed clips of `plans`, in plan order. Without
-// `zone` the session's own zone gives the sequence's time-of-day timecode.
-Document build(const SessionDoc& doc, std::span<const CameraPlan> plans,
-               const std::optional<QTimeZone>& zone = std::nullopt);
+// The whole document for the placed clips of `plans`, in plan order. The session's zone
+// gives the sequence's time-of-day timecode.
+Document build(const SessionDoc& doc, std::span<const CameraPlan> plans);
 
 // The text alone, as the desk writes it.
-std::string exportDocument(const SessionDoc& doc, std::span<const CameraPlan> plans,
-                           const std::optional<QTimeZone>& zone = std::nullopt);
+std::string exportDocument(const SessionDoc& doc, std::span<const CameraPlan> plans);
 
 // "file://localhost/..." for an absolute UTF-8 path (a relative one is taken
 // from the current folder). Bytes outside the URL path set are percent-encoded

@@ -8,7 +8,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 #include <filesystem>
@@ -96,11 +95,6 @@ std::vector<ClipFile> clips(const std::string& folder, const ScanOptions& option
             options.progress(progress);
     }
     return found;
-}
-
-QFuture<std::vector<ClipFile>> clipsAsync(const std::string& folder, ScanOptions options) {
-    return QtConcurrent::run(
-        [folder, options = std::move(options)] { return clips(folder, options); });
 }
 
 std::optional<ClipFile> read(const std::string& path) {

@@ -2,8 +2,6 @@
 
 #include "media/clip_file.h"
 
-#include <QFuture>
-
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -26,9 +24,6 @@ struct ScanOptions {
 // full path and read one at a time. A file that yields nothing is left out; an
 // unreadable folder or one without media gives an empty list.
 std::vector<ClipFile> clips(const std::string& folder, const ScanOptions& options = {});
-
-// The same scan on a worker thread; several folders may be read at once.
-QFuture<std::vector<ClipFile>> clipsAsync(const std::string& folder, ScanOptions options = {});
 
 // Reads one movie file through libavformat's container headers, never decoding.
 std::optional<ClipFile> read(const std::string& path);
