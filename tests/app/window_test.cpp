@@ -1,7 +1,7 @@
 // The real QML window, offscreen, over a real desk model, driven through its items.
 #include "desk/desk_test_support.h"
-#include "session/session_builders.h"
 #include "session/session_link.h"
+#include "support/shoot_builder.h"
 
 #include "app/desk_types.h"
 #include "app/desk_view.h"
@@ -18,8 +18,6 @@
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <gtest/gtest.h>
-
-#include <set>
 
 Q_IMPORT_QML_PLUGIN(Korvalume_DeskPlugin)
 
@@ -68,18 +66,14 @@ protected:
         QObject* scope = within ? within : static_cast<QObject*>(window_);
         if (auto* found = scope->findChild<QQuickItem*>(objectName))
             return found;
-        std::vector<QQuickItem*> pending{window_->contentItem()};
-        std::set<QQuickItem*> seen;
-        while (!pending.empty()) {
-            QQuickItem* next = pending.back();
-            pending.pop_back();
-            if (!next || !seen.insert(next).second)
-                continue;
-            if (next->objectName() == objectName)
-                return next;
-            for (QQuickItem* child : next->childItems())
-                pending.push_back(child);
-        }
+        return inTree(window_->contentItem(), objectName);
+    }
+    static QQuickItem* inTree(QQuickItem* from, const QString& objectName) {
+        if (from->objectName() == objectName)
+            return from;
+        for (QQuickItem* child : from->childItems())
+            if (auto* found = inTree(child, objectName))
+                return found;
         return nullptr;
     }
     QString text(const QString& objectName) {
@@ -148,21 +142,14 @@ TEST_F(WindowTest, StartingASessionShowsTheLiveViewWaitingForCameras) {
 TEST_F(WindowTest, OpenedLogsShowTheSessionAndExportWaitsForAPlacedClip) {
     Desk desk;
     show(*desk);
-    SessionDoc doc = session("HARBOUR");
     const double start = desk.wallClock - 50'000;
-    doc.startedAt = start - 60;
-    doc.endedAt = start + 600;
-    doc.cameras.push_back(camera(1, "CAM A"));
-    doc.cameras.push_back(camera(2, "CAM B"));
-    doc.events.push_back(event(1, SyncEvent::Kind::recStart, start, 1));
-    doc.events.push_back(event(2, SyncEvent::Kind::recStop, start + 2, 1));
-    SessionDoc second = doc;
-    second.events.push_back(event(3, SyncEvent::Kind::marker, start + 30));
-    const auto first = desk.dir.file("a.korvalume");
-    const auto other = desk.dir.file("b.korvalume");
-    fixtures::writeFile(first, *sessionfile::encoded(doc));
-    fixtures::writeFile(other, *sessionfile::encoded(second));
-
+    ShootLog shoot("HARBOUR", FrameRate::pal(), start - 60);
+    shoot.recording(shoot.camera("CAM A"), start, start + 2);
+    shoot.camera("CAM B");
+    shoot.doc.endedAt = start + 600;
+    const auto first = shoot.write(desk.dir.file("a.korvalume"));
+    shoot.add(SyncEvent::Kind::marker, std::nullopt, start + 30);
+    const auto other = shoot.write(desk.dir.file("b.korvalume"));
     desk->open({first, other});
     ASSERT_TRUE(QTest::qWaitFor([&] { return item("sessionPanel") != nullptr; }, waitMs));
     EXPECT_EQ(text("sessionHeading"), "SESSION / HARBOUR");

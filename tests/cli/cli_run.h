@@ -3,9 +3,7 @@
 // What the command-line tests share: the in-process runner, exit-code tables and a small shoot.
 
 #include "cli/command.h"
-#include "session/session_doc.h"
-#include "session/session_file.h"
-#include "support/media_fixtures.h"
+#include "support/shoot_builder.h"
 
 #include <QFile>
 #include <gtest/gtest.h>
@@ -53,30 +51,18 @@ inline std::string readText(const std::string& path) {
 
 // A session in UTC at 25 fps: CAM A's timecode was scanned at 10:00:00:00, CAM B
 // logged one recording that reached no card, SOUND A has no card.
-struct SmallShoot {
+struct SmallShoot : testing::ShootLog {
     static constexpr double day0 = 1'714'521'600; // 2024-05-01 00:00 UTC
     fixtures::TempDir dir;
-    SessionDoc doc;
-    std::string log = dir.file("shoot.korvalume");
     std::string cardA = dir.file("A"), cardB = dir.file("B");
+    std::string log;
 
-    SmallShoot() {
-        doc.id = Uuid::random();
-        doc.name = "Quay Shoot";
-        doc.fps = FrameRate::pal();
-        doc.startedAt = day0 + 35'000;
-        doc.zone = 0;
-        for (const char* name : {"CAM A", "CAM B", "SOUND A"}) {
-            doc.cameras.emplace_back();
-            doc.cameras.back().id = Uuid::random();
-            doc.cameras.back().name = name;
-        }
-        using enum SyncEvent::Kind;
-        const Uuid a = doc.cameras[0].id, b = doc.cameras[1].id;
-        doc.events = {{Uuid::random(), a, tcScan, day0 + 36'000, "10:00:00:00", {}},
-                      {Uuid::random(), b, recStart, day0 + 37'000, {}, {}},
-                      {Uuid::random(), b, recStop, day0 + 37'002, {}, {}}};
-        fixtures::writeFile(log, *sessionfile::encoded(doc));
+    SmallShoot() : ShootLog("Quay Shoot", FrameRate::pal(), day0 + 35'000) {
+        const Uuid a = camera("CAM A"), b = camera("CAM B");
+        camera("SOUND A", Camera::Kind::recorder);
+        scan(a, day0 + 36'000, "10:00:00:00");
+        recording(b, day0 + 37'000, day0 + 37'002);
+        log = write(dir.file("shoot.korvalume"));
     }
 
     // CAM A's card: A001.mov (timecode 10:00:05:00) and A002.mov (none); CAM B's is empty.

@@ -3,26 +3,17 @@
 // examples/make-cards. Where every clip must land is known from how the shoot
 // was made, so each placement is checked to the frame.
 
-#include <QCryptographicHash>
-#include <QDir>
-#include <QFile>
-#include <QLockFile>
+#include "cli/cli_run.h"
+#include "support/xmeml_reader.h"
+
 #include <QProcess>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "support/media_fixtures.h"
-#include "support/xmeml_reader.h"
-
-#include <algorithm>
 #include <cmath>
 #include <map>
-#include <optional>
 #include <set>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace {
 
@@ -95,59 +86,26 @@ QString source(const char* relative) {
     return QStringLiteral(KORVALUME_SOURCE_DIR "/") + relative;
 }
 
-QByteArray contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 const QStringList logs = {source("examples/logs/harbour-walk-mia.korvalume"),
                           source("examples/logs/harbour-walk-jonas.korvalume")};
 
-// CTest runs each test in its own process, so the cards are made once per version
-// of make-cards and shared, under a lock. Returns what went wrong, if anything.
-std::string makeCards(const QString& root) {
-    QLockFile lock(root + ".lock");
-    lock.setStaleLockTime(10 * 60'000);
-    if (!lock.tryLock(10 * 60'000))
-        return "cannot lock " + root.toStdString();
-    QFile complete(root + "/complete");
-    if (complete.exists())
-        return {};
-    QDir(root).removeRecursively(); // what an interrupted run left
-    const Outcome made = run(KORVALUME_PYTHON3, {source("examples/make-cards"), root});
-    if (made.code != 0)
-        return "examples/make-cards failed: " + made.err;
-    return complete.open(QIODevice::WriteOnly) ? "" : "cannot write " + root.toStdString();
+// `korvalume COMMAND` on both phones' logs and every card of `cards`, then `extra`.
+Outcome korvalume(const QString& cards, const QString& command, const QStringList& extra) {
+    QStringList arguments = QStringList{command} + logs;
+    for (const auto& [camera, _] : warnings)
+        arguments << "--folder"
+                  << QString::fromStdString(camera) + "=" + cards + "/" +
+                         QString::fromStdString(camera).replace(' ', '_');
+    return run(QStringLiteral(KORVALUME_BINARY), arguments + extra);
 }
 
-class ExampleShoot : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        const QString temp = qEnvironmentVariable("KORVALUME_TEST_TMP", QDir::tempPath());
-        QDir().mkpath(temp);
-        const auto script = contents(source("examples/make-cards"));
-        cards = temp + "/example-cards-" +
-                QCryptographicHash::hash(script, QCryptographicHash::Sha1).toHex().left(12);
-        cardsError = script.isEmpty() ? "cannot read examples/make-cards" : makeCards(cards);
-    }
-    void SetUp() override { ASSERT_EQ(cardsError, ""); }
+TEST(ExampleShoot, EveryClipIsPlannedAndExportedWhereItWasShot) {
+    const korvalume::fixtures::TempDir dir;
+    const QString cards = QString::fromStdString(dir.file("cards"));
+    const Outcome made = run(KORVALUME_PYTHON3, {source("examples/make-cards"), cards});
+    ASSERT_EQ(made.code, 0) << "examples/make-cards failed: " << made.err;
 
-    // `korvalume COMMAND` on both phones' logs and every card, then `extra`.
-    static Outcome korvalume(const QString& command, const QStringList& extra) {
-        QStringList arguments = QStringList{command} + logs;
-        for (const auto& [camera, _] : warnings)
-            arguments << "--folder"
-                      << QString::fromStdString(camera) + "=" + cards + "/" +
-                             QString::fromStdString(camera).replace(' ', '_');
-        return run(QStringLiteral(KORVALUME_BINARY), arguments + extra);
-    }
-
-    static inline QString cards;
-    static inline std::string cardsError;
-};
-
-TEST_F(ExampleShoot, PlanPlacesEveryClipWhereItWasShot) {
-    const Outcome plan = korvalume("plan", {"--json"});
+    const Outcome plan = korvalume(cards, "plan", {"--json"});
     ASSERT_EQ(plan.code, 0) << plan.err;
     json cameras = json::parse(plan.out)["cameras"];
     std::size_t next = 0; // in the shoot
@@ -170,14 +128,12 @@ TEST_F(ExampleShoot, PlanPlacesEveryClipWhereItWasShot) {
         }
     }
     EXPECT_EQ(next, std::size(shoot)) << "clips missing from the plan: " << plan.out;
-}
 
-TEST_F(ExampleShoot, ExportedTimelineHoldsEveryPlacedClipAtItsFrame) {
-    const korvalume::fixtures::TempDir output;
-    const auto file = QString::fromStdString(output.file("Harbour Walk SYNC MAP.xml"));
-    const Outcome exported = korvalume("export", {"-o", file});
+    const auto file = QString::fromStdString(dir.file("Harbour Walk SYNC MAP.xml"));
+    const Outcome exported = korvalume(cards, "export", {"-o", file});
     ASSERT_EQ(exported.code, 0) << exported.err;
-    const auto timeline = korvalume::testing::readXmeml(contents(file).toStdString());
+    const auto timeline =
+        korvalume::testing::readXmeml(korvalume::testing_cli::readText(file.toStdString()));
     ASSERT_TRUE(timeline);
     EXPECT_EQ(timeline->sequence.at("name"), "Harbour Walk SYNC MAP");
     std::set<std::string> files;

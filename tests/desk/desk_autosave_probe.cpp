@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-using namespace korvalume;
 using namespace korvalume::testing;
 
 int main(int argc, char** argv) {
@@ -19,22 +18,13 @@ int main(int argc, char** argv) {
     if (argc != 3)
         return 2;
     const double startedAt = std::atof(argv[2]);
-    QSettings settings(QString::fromUtf8(argv[1]) + "/settings.ini", QSettings::IniFormat);
-    MasterClock::Options clockOptions;
-    clockOptions.wallClock = [startedAt] { return startedAt + 10; };
-    clockOptions.settings = &settings;
-    clockOptions.sampler = [](QObject*, MasterClock::SampleDone done) { done(std::nullopt); };
-    MasterClock clock(clockOptions);
-    PeerLink link(PeerLink::Options{"DESK", "DE5C0000", PeerLink::Discovery::manual,
-                                    QHostAddress(QHostAddress::LocalHost)});
-    RecordingServices services;
-    DeskModel model(DeskModel::Services{&clock, &link, &services, "DE5C0000", argv[1]});
-    model.join(SessionLink::from(autosaveState(startedAt, 0)));
-
+    qputenv("KORVALUME_TEST_TMP", argv[1]); // the desk's own files go with the test's
+    Desk desk(QString::fromUtf8(argv[1]), startedAt + 10);
+    desk->join(korvalume::SessionLink::from(autosaveState(startedAt, 0)));
     int markers = 0;
     QTimer stream;
     QObject::connect(&stream, &QTimer::timeout,
-                     [&] { model.receive(autosaveState(startedAt, ++markers)); });
+                     [&] { desk->receive(autosaveState(startedAt, ++markers)); });
     stream.start(0);
     std::printf("ready\n");
     std::fflush(stdout);

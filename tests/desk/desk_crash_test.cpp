@@ -2,9 +2,9 @@
 // log always decodes, and is always one whole state the desk went through.
 #include "autosave_states.h"
 #include "desk_test_support.h"
-#include "session/session_builders.h"
 #include "session/session_file.h"
 #include "session/session_link.h"
+#include "support/shoot_builder.h"
 
 #include <QDir>
 #include <QProcess>

@@ -9,9 +9,9 @@
 #include "live/peer_link.h"
 #include "platform/system_services.h"
 #include "session/session_doc.h"
+#include "support/application.h"
 #include "support/media_fixtures.h"
 
-#include <QCoreApplication>
 #include <QSettings>
 #include <QTest>
 
@@ -26,18 +26,6 @@ inline std::ostream& operator<<(std::ostream& out, const QString& text) {
 
 namespace korvalume::testing {
 
-// The process's application: the one a test made already (a window test makes a GUI
-// one), else a plain one.
-inline QCoreApplication& application() {
-    static int argc = 1;
-    static char name[] = "desk_tests";
-    static char* argv[] = {name, nullptr};
-    if (auto* existing = QCoreApplication::instance())
-        return *existing;
-    static QCoreApplication app(argc, argv);
-    return app;
-}
-
 class RecordingServices : public SystemServices {
 public:
     struct Hold : AwakeHold {
@@ -46,7 +34,7 @@ public:
         int& holds_;
     };
 
-    void notify(const QString& title, const QString&) override { notified.push_back(title); }
+    void notify(const QString&, const QString&) override {}
     void allowNotifications() override {}
     void buzz(Feedback) override {}
     std::unique_ptr<AwakeHold> keepAwake(const QString& reason) override {
@@ -55,7 +43,6 @@ public:
     }
     void showInFileBrowser(const QString& path) override { shown.push_back(path); }
 
-    std::vector<QString> notified;
     std::vector<QString> awakeReasons;
     std::vector<QString> shown;
     int holds = 0; // awake holds currently kept
@@ -64,14 +51,14 @@ public:
 // One desk with everything it depends on. `wallClock` is the machine's clock as the
 // master clock sees it.
 struct Desk {
-    explicit Desk(QString deviceID = "DE5C0000-0000-4000-8000-000000000001",
-                  QString displayName = "STUDIO MAC");
+    // Sessions are saved to `sessionsFolder`, else to one in the desk's own folder.
+    explicit Desk(QString sessionsFolder = {}, double wallClock = 1'700'000'000);
 
     DeskModel& operator*() { return *model; }
     DeskModel* operator->() { return model.get(); }
 
     fixtures::TempDir dir;
-    double wallClock = 1'700'000'000;
+    double wallClock;
     std::unique_ptr<QSettings> settings;
     std::unique_ptr<MasterClock> clock;
     std::unique_ptr<PeerLink> link;

@@ -9,69 +9,43 @@ namespace {
 using Wave = fixtures::WaveBuilder;
 using Bytes = std::vector<std::byte>;
 
-Bytes junk(std::size_t size) {
-    return Bytes(size, std::byte{7});
-}
-
-Bytes cut(const Bytes& whole, std::size_t keep) {
-    return Bytes(whole.begin(), whole.begin() + std::ptrdiff_t(keep));
-}
-
+const auto junk = [](std::size_t size) { return Bytes(size, std::byte{7}); };
 // 16-bit stereo at 48 kHz: four bytes a sample frame.
-Wave stereo(std::string_view container = "RIFF", std::string_view form = "WAVE") {
+const auto stereo = [](std::string_view container = "RIFF", std::string_view form = "WAVE") {
     return Wave(container, form).fmt(2, 48000, 16);
-}
-
-// The chunks a builder made, without its 12-byte file header.
-Bytes chunksOf(const Wave& wave) {
-    return Bytes(wave.bytes().begin() + 12, wave.bytes().end());
-}
-
-// The head's bytes; with a tail, zeros and then the tail 4 GiB after the head
-// ends, as past the samples of a long RF64 take.
-class SparseFile final : public ByteSource {
-public:
-    SparseFile(Bytes head, Bytes tail)
-        : head_(std::move(head)), tail_(std::move(tail)),
-          size_(head_.size() + (tail_.empty() ? 0 : (1ull << 32) + tail_.size())) {}
-    std::optional<std::size_t> readAt(std::uint64_t offset, std::span<std::byte> out) override {
-        const std::uint64_t tailAt = size_ - tail_.size();
-        const auto count = std::min<std::uint64_t>(out.size(), size_ - std::min(offset, size_));
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::uint64_t at = offset + i;
-            out[i] = at < head_.size() ? head_[at]
-                     : at >= tailAt    ? tail_[at - tailAt]
-                                       : std::byte{};
-        }
-        return std::size_t(count);
-    }
-    std::optional<std::uint64_t> size() override { return size_; }
-
-private:
-    Bytes head_, tail_;
-    std::uint64_t size_;
 };
+// The chunks a builder made, without its 12-byte file header.
+const auto chunksOf = [](const Wave& w) { return Bytes(w.bytes().begin() + 12, w.bytes().end()); };
 
-std::optional<ClipFile> readBytes(const Bytes& head, const Bytes& tail = {}) {
-    SparseFile file(head, tail);
-    return BWFMeta::read(file, "take.wav", std::nullopt);
-}
+// The head's bytes; with a tail, zeros and then the tail 4 GiB after the head ends, as past
+// the samples of a long RF64 take.
+struct SparseFile final : ByteSource {
+    SparseFile(Bytes front, Bytes back = {}) : head(std::move(front)), tail(std::move(back)) {}
+    std::optional<ClipFile> read() { return BWFMeta::read(*this, "take.wav", std::nullopt); }
+    std::optional<std::size_t> readAt(std::uint64_t offset, std::span<std::byte> out) override {
+        std::size_t i = 0;
+        for (; i < out.size() && offset < end && i < end - offset; ++i) {
+            const std::uint64_t at = offset + i;
+            out[i] = at < head.size() ? head[at] : at >= tailAt ? tail[at - tailAt] : std::byte{};
+        }
+        return i;
+    }
+    std::optional<std::uint64_t> size() override { return end; }
+    const Bytes head, tail;
+    const std::uint64_t tailAt = head.size() + (tail.empty() ? 0 : 1ull << 32);
+    const std::uint64_t end = tailAt + tail.size();
+};
 
 TEST(BWFMeta, ReadsAnRf64FileWrittenByFfmpeg) {
     fixtures::TempDir dir;
     // The data chunk says 0xFFFFFFFF and ds64 holds the size.
-    const std::string path = fixtures::makeWave(
+    const auto clip = BWFMeta::read(fixtures::makeWave(
         dir.file("take.wav"),
-        {.seconds = 0.25, .channels = 1, .timeReference = 172'800'000, .rf64 = true});
-    const auto clip = BWFMeta::read(path);
+        {.seconds = 0.25, .channels = 1, .timeReference = 172'800'000, .rf64 = true}));
     ASSERT_TRUE(clip);
-    ClipFile expected{.path = path,
-                      .duration = 0.25,
-                      .audioChannels = 1,
-                      .audioOnly = true,
-                      .startTCSeconds = 3600.0}; // 01:00:00:00
-    expected.created = clip->created;            // the file system's, where it keeps one
-    EXPECT_EQ(clip, expected);
+    EXPECT_EQ(std::tuple(clip->duration, clip->frames, clip->audioChannels, clip->audioOnly,
+                         clip->startTCSeconds),
+              std::tuple(0.25, 0, 1, true, 3600.0)); // 01:00:00:00
     EXPECT_FALSE(BWFMeta::read(dir.file("missing.wav")));
 }
 
@@ -93,8 +67,8 @@ TEST(BWFMeta, ChunkWalk) {
     const Layout layouts[] = {
         // 24-bit stereo: 288,000,000 bytes last 1000 s; the data is never read.
         {Wave().fmt(2, 48000, 24).data(288'000'000, 64).bytes(), 1000.0},
-        // The pad byte after an odd-sized chunk.
-        {Wave().chunk("JUNK", junk(3)).fmt(1, 48000, 16).data(96000, 16).bytes(), 1.0, 1},
+        // The pad byte after an odd-sized chunk; 44.1 kHz mono.
+        {Wave().chunk("JUNK", junk(3)).fmt(1, 44100, 16).data(88200, 16).bytes(), 1.0, 1},
         // bext after the data is still found.
         {stereo().data(32, 32).chunk("LIST", junk(5)).bext(96000).bytes(), 32 * perByte, 2, 2.0},
         // Without a format before them, data and bext do not stop the walk.
@@ -110,9 +84,8 @@ TEST(BWFMeta, ChunkWalk) {
         // A short bext (here with half its time reference), or one at midnight, gives no start.
         {stereo().chunk("bext", junk(342)).data(4, 4).bytes(), 4 * perByte},
         {stereo().bext(0).data(4, 4).bytes(), 4 * perByte},
-        {Wave().fmt(1, 44100, 16).data(88200, 4).bytes(), 1.0, 1},
         {zeroChannels, 0.25, 1},
-        {cut(stereo().data(192000, 64).bytes(), 50), 1.0}, // cut inside the data
+        {stereo().data(192000, 6).bytes(), 1.0}, // cut inside the data
         // A size that would wrap the next offset round to 80, a bext hidden in a JUNK
         // payload, ends the walk instead (the data's payload is at 698).
         {stereo("RF64").ds64(wrapTo80).chunk("JUNK", hiddenBext).data(~0u, 8).bytes(),
@@ -120,7 +93,7 @@ TEST(BWFMeta, ChunkWalk) {
     };
     for (std::size_t i = 0; i < std::size(layouts); ++i) {
         SCOPED_TRACE("layout " + std::to_string(i));
-        const auto clip = readBytes(layouts[i].bytes, layouts[i].tail);
+        const auto clip = SparseFile(layouts[i].bytes, layouts[i].tail).read();
         ASSERT_TRUE(clip);
         EXPECT_DOUBLE_EQ(clip->duration, layouts[i].duration);
         EXPECT_EQ(clip->audioChannels, layouts[i].channels);
@@ -140,22 +113,10 @@ TEST(BWFMeta, RefusesWhatIsNoUsableWave) {
         stereo("FORM").data(4, 4).bytes(),
     };
     for (std::size_t i = 0; i < std::size(refused); ++i)
-        EXPECT_FALSE(readBytes(refused[i])) << "case " << i;
-    for (std::size_t keep : {0u, 11u, 12u, 20u, 30u})
-        EXPECT_FALSE(readBytes(cut(whole, keep))) << "cut at " << keep;
-}
-
-TEST(BWFMeta, StopsOnceFormatDataAndBextAreKnown) {
-    // Past the early stop lies a chunk that would fail the read if it were looked at.
-    const auto wave = stereo().bext(48000).data(1'000'000, 16).chunk("fmt ", junk(14));
-    MemorySource memory(wave.bytes());
-    CountingSource counted(memory);
-    const auto clip = BWFMeta::read(counted, "x.wav", std::nullopt);
-    ASSERT_TRUE(clip);
-    EXPECT_EQ(clip->startTCSeconds, 1.0);
-    // Header, three chunk headers, the format fields and the bext fields; never the data.
-    EXPECT_EQ(counted.count().reads, 6u);
-    EXPECT_EQ(counted.count().bytes, 12u + 3 * 8 + 16 + 346);
+        EXPECT_FALSE(SparseFile(refused[i]).read()) << "case " << i;
+    for (int keep : {0, 11, 12, 20, 30})
+        EXPECT_FALSE(SparseFile(Bytes(whole.begin(), whole.begin() + keep)).read())
+            << "cut at " << keep;
 }
 
 } // namespace

@@ -4,8 +4,7 @@
 
 using namespace korvalume;
 
-// 2023-05-10 14:23:11 UTC
-constexpr double base = 1683728591;
+constexpr double base = 1683728591; // 2023-05-10 14:23:11 UTC
 
 TEST(DateText, ContainerDatesReadTheFormLibavformatWrites) {
     EXPECT_EQ(DateText::containerDate("2023-05-10T14:23:11.000000Z"), base);

@@ -2,7 +2,6 @@
 // private session bus, printing every call it gets, one line each, for the platform test.
 #include <QCoreApplication>
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QStringList>
 #include <QVariantMap>
 
@@ -60,10 +59,8 @@ int main(int argc, char** argv) {
         bus.registerService("org.freedesktop.Notifications") &&
         bus.registerService("org.freedesktop.ScreenSaver") &&
         bus.registerService("org.freedesktop.FileManager1");
-    if (!ok) {
-        std::fprintf(stderr, "could not register: %s\n", qPrintable(bus.lastError().message()));
-        return 1;
-    }
+    if (!ok)
+        return 1; // the test sees no "ready"
     say("ready");
     return QCoreApplication::exec();
 }

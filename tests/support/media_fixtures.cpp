@@ -21,10 +21,6 @@ QString tempRoot() {
     return root;
 }
 
-QString text(std::string_view value) {
-    return QString::fromUtf8(value.data(), qsizetype(value.size()));
-}
-
 void runFfmpeg(const QStringList& arguments) {
     QProcess ffmpeg;
     ffmpeg.start(QStringLiteral(KORVALUME_FFMPEG),
@@ -35,9 +31,13 @@ void runFfmpeg(const QStringList& arguments) {
                                  " failed: " + ffmpeg.readAllStandardError().toStdString());
 }
 
-void putLe(std::vector<std::byte>& out, std::uint64_t value, int byteCount) {
-    for (int i = 0; i < byteCount; ++i)
-        out.push_back(std::byte((value >> (8 * i)) & 0xFF));
+// `out` followed by little-endian fields, each {value, byte count}.
+std::vector<std::byte> le(std::initializer_list<std::pair<std::uint64_t, int>> fields,
+                          std::vector<std::byte> out = {}) {
+    for (const auto& [value, byteCount] : fields)
+        for (int i = 0; i < byteCount; ++i)
+            out.push_back(std::byte((value >> (8 * i)) & 0xFF));
+    return out;
 }
 
 } // namespace
@@ -49,7 +49,7 @@ TempDir::TempDir() : dir_(tempRoot() + "/korvalume-XXXXXX"), path_(dir_.path().t
 }
 
 std::string TempDir::file(std::string_view relative) const {
-    const QString full = QDir(QString::fromStdString(path_)).filePath(text(relative));
+    const QString full = QDir(QString::fromStdString(path_)).filePath(QString::fromUtf8(relative));
     QDir().mkpath(QFileInfo(full).absolutePath());
     return full.toStdString();
 }
@@ -58,23 +58,22 @@ std::string makeMovie(const std::string& path, const MovieSpec& recipe) {
     const QString seconds = QString::number(recipe.seconds, 'g', 10);
     const QString rate = recipe.rate.ntsc ? QString("%1/1001").arg(recipe.rate.timebase * 1000)
                                           : QString::number(recipe.rate.timebase);
-    const QString picture =
-        QString("testsrc=size=%1x%2:rate=%3:duration=%4")
-            .arg(QString::number(recipe.width), QString::number(recipe.height), rate, seconds);
     QStringList arguments;
     if (recipe.withVideo)
-        arguments += {"-f", "lavfi", "-i", picture};
+        arguments += {
+            "-f", "lavfi", "-i",
+            QString("testsrc=size=%1x%2:rate=%3:duration=%4")
+                .arg(QString::number(recipe.width), QString::number(recipe.height), rate, seconds)};
     if (recipe.withAudio)
-        arguments += {"-f", "lavfi", "-i",
-                      QString("sine=frequency=1000:sample_rate=%1:duration=%2")
-                          .arg(QString::number(recipe.sampleRate), seconds)};
-    if (recipe.withAudio && recipe.audioChannels != 1)
-        arguments += {"-ac", QString::number(recipe.audioChannels)};
-    if (recipe.container == Container::Mxf)
-        arguments += {"-c:v", "mpeg2video", "-c:a", "pcm_s16le"};
-    else // H.264 as cameras write it
         arguments +=
-            {"-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-c:a", "aac"};
+            {"-f",  "lavfi",
+             "-i",  QString("sine=sample_rate=%1:duration=%2").arg(recipe.sampleRate).arg(seconds),
+             "-ac", QString::number(recipe.audioChannels)};
+    // H.264 as cameras write it, MPEG-2 and PCM in MXF.
+    arguments += recipe.container == Container::Mxf
+                     ? QStringList{"-c:v", "mpeg2video", "-c:a", "pcm_s16le"}
+                     : QStringList{"-c:v",     "libx264", "-preset", "ultrafast",
+                                   "-pix_fmt", "yuv420p", "-c:a",    "aac"};
     if (recipe.videoCodec)
         arguments += {"-c:v", QString::fromStdString(*recipe.videoCodec)};
     if (recipe.container == Container::M4v)
@@ -92,19 +91,16 @@ const std::string& cachedMovie(const MovieSpec& recipe) {
     static TempDir folder;
     static std::deque<std::pair<MovieSpec, std::string>> made; // references stay valid
     const std::lock_guard lock(mutex);
-    for (const auto& [madeSpec, path] : made) {
-        if (madeSpec == recipe)
+    for (const auto& [madeRecipe, path] : made)
+        if (madeRecipe == recipe)
             return path;
-    }
     const char* extensions[] = {"mov", "mp4", "m4v", "mxf"};
     const std::string name = std::to_string(made.size()) + "." + extensions[int(recipe.container)];
     return made.emplace_back(recipe, makeMovie(folder.file(name), recipe)).second;
 }
 
 std::string makeWave(const std::string& path, const WaveSpec& recipe) {
-    const QString sound = QString("sine=frequency=440:sample_rate=%1:duration=%2")
-                              .arg(recipe.sampleRate)
-                              .arg(recipe.seconds, 0, 'g', 10);
+    const QString sound = QString("sine=sample_rate=48000:duration=%1").arg(recipe.seconds);
     QStringList arguments{"-f",   "lavfi",    "-i", sound, "-ac", QString::number(recipe.channels),
                           "-c:a", "pcm_s16le"};
     if (recipe.timeReference)
@@ -125,36 +121,26 @@ WaveBuilder::WaveBuilder(std::string_view containerId, std::string_view formType
 void WaveBuilder::header(std::string_view id, std::uint32_t declaredSize) {
     for (char c : id)
         bytes_.push_back(std::byte(c));
-    putLe(bytes_, declaredSize, 4);
+    bytes_ = le({{declaredSize, 4}}, std::move(bytes_));
 }
 
 WaveBuilder& WaveBuilder::fmt(std::uint16_t channels, std::uint32_t sampleRate,
                               std::uint16_t bitsPerSample) {
-    std::vector<std::byte> payload;
-    const std::uint16_t blockAlign = std::uint16_t(channels * (bitsPerSample / 8));
-    putLe(payload, 1, 2); // PCM
-    putLe(payload, channels, 2);
-    putLe(payload, sampleRate, 4);
-    putLe(payload, std::uint64_t(sampleRate) * blockAlign, 4);
-    putLe(payload, blockAlign, 2);
-    putLe(payload, bitsPerSample, 2);
-    return chunk("fmt ", payload);
+    const std::uint64_t align = channels * (bitsPerSample / 8);
+    // PCM, channels, sample rate, byte rate, block align, bits a sample.
+    const auto head = le({{1, 2}, {channels, 2}, {sampleRate, 4}, {sampleRate * align, 4}});
+    return chunk("fmt ", le({{align, 2}, {bitsPerSample, 2}}, head));
 }
 
 WaveBuilder& WaveBuilder::ds64(std::uint64_t dataSize) {
-    std::vector<std::byte> payload;
-    putLe(payload, bytes_.size(), 8); // RIFF size: not read
-    putLe(payload, dataSize, 8);
-    putLe(payload, 0, 8); // sample count
-    putLe(payload, 0, 4); // table length
-    return chunk("ds64", payload);
+    // RIFF size (not read), data size, sample count, table length.
+    return chunk("ds64", le({{bytes_.size(), 8}, {dataSize, 8}, {0, 8}, {0, 4}}));
 }
 
 WaveBuilder& WaveBuilder::bext(std::uint64_t timeReference) {
-    std::vector<std::byte> payload(338, std::byte{'d'}); // description .. origination time
-    putLe(payload, timeReference, 8);
-    putLe(payload, 1, 2);              // version
-    payload.resize(602, std::byte{0}); // UMID, loudness, reserved
+    // Description .. origination time, the time reference, the version; UMID, loudness, reserved.
+    auto payload = le({{timeReference, 8}, {1, 2}}, std::vector<std::byte>(338, std::byte{'d'}));
+    payload.resize(602, std::byte{0});
     return chunk("bext", payload);
 }
 
@@ -178,41 +164,32 @@ std::string WaveBuilder::write(const std::string& path) const {
 }
 
 std::string sonySidecarXml(const SonySidecarSpec& recipe) {
-    // An FX-series camera's NonRealTimeMeta file, trimmed to a few of the
-    // elements the reader must pass over.
+    // Trimmed to a few of the elements the reader passes over.
     const char* layout = R"(<?xml version="1.0" encoding="UTF-8"?>
 <NonRealTimeMeta xmlns="urn:schemas-professionalDisc:nonRealTimeMeta:ver.2.20" xmlns:lib="urn:schemas-professionalDisc:lib:ver.2.00" lastUpdate="2024-05-01T12:00:00+02:00">
-	<TargetMaterial umidRef="060A2B340101010501010D43130000006C11A2D0471105C70800460203B2A4C2"/>
 	<Duration value="%1"/>
-	<LtcChangeTable tcFps="%3" halfStep="false">
-		<LtcChange frameCount="0" value="%4" status="increment"/>
-		<LtcChange frameCount="%2" value="24051110" status="end"/>
+	<LtcChangeTable tcFps="30" halfStep="false">
+		<LtcChange frameCount="0" value="12345601" status="increment"/>
+		<LtcChange frameCount="%2" value="01165701" status="end"/>
 	</LtcChangeTable>
-	<CreationDate value="%5"/>
+	<CreationDate value="2024-05-01T12:00:00+02:00"/>
 	<VideoFormat>
-		<VideoFrame videoCodec="AVC_3840_2160_HP@L51" captureFps="%6" formatFps="%7"/>
-		<VideoLayout pixel="%8" numOfVerticalLine="%9" aspectRatio="16:9"/>
+		<VideoFrame videoCodec="AVC_3840_2160_HP@L51" captureFps="29.97p" formatFps="29.97p"/>
+		<VideoLayout pixel="3840" numOfVerticalLine="2160" aspectRatio="16:9"/>
 	</VideoFormat>
-	<AudioFormat numOfChannel="%10">
-		<AudioRecPort port="DIRECT" audioCodec="LPCM24" trackDst="CH1"/>
-	</AudioFormat>
-	<Device manufacturer="Sony" modelName="%11" serialNo="%12"/>
+	<AudioFormat numOfChannel="4"><AudioRecPort port="DIRECT" audioCodec="LPCM24"/></AudioFormat>
+	<Device manufacturer="Sony" modelName="ILME-FX6V" serialNo="0123456"/>
 </NonRealTimeMeta>
 )";
     const auto last = std::max<std::int64_t>(recipe.durationFrames - 1, 0);
-    return QString(layout)
-        .arg(QString::number(recipe.durationFrames), QString::number(last), text(recipe.tcFps),
-             text(recipe.firstLtc), text(recipe.creationDate), text(recipe.captureFps),
-             text(recipe.formatFps), QString::number(recipe.width), QString::number(recipe.height),
-             QString::number(recipe.channels), text(recipe.model), text(recipe.serial))
-        .toStdString();
+    return QString(layout).arg(recipe.durationFrames).arg(last).toStdString();
 }
 
 std::string writeSonySidecar(const std::string& clipPath, const SonySidecarSpec& recipe,
                              std::string_view suffix) {
     const QFileInfo clip(QString::fromStdString(clipPath));
     const std::string path =
-        clip.dir().filePath(clip.completeBaseName() + text(suffix)).toStdString();
+        clip.dir().filePath(clip.completeBaseName() + QString::fromUtf8(suffix)).toStdString();
     writeFile(path, sonySidecarXml(recipe));
     return path;
 }

@@ -14,11 +14,12 @@ struct Node {
     std::vector<Node> children;
 };
 
-Node readElement(QXmlStreamReader& reader) {
-    Node node;
-    node.name = reader.name().toString().toStdString();
-    node.id = reader.attributes().value("id").toString().toStdString();
-    while (reader.readNext() != QXmlStreamReader::EndElement && !reader.hasError()) {
+// The element the reader stands on, or with EndDocument the whole document.
+Node readElement(QXmlStreamReader& reader,
+                 QXmlStreamReader::TokenType end = QXmlStreamReader::EndElement) {
+    Node node{.name = reader.name().toString().toStdString(),
+              .id = reader.attributes().value("id").toString().toStdString()};
+    while (reader.readNext() != end && !reader.hasError()) {
         if (reader.isStartElement())
             node.children.push_back(readElement(reader));
         else if (reader.isCharacters())
@@ -43,22 +44,16 @@ void collect(const Node& node, const std::string& prefix, XmlFields& fields) {
 
 std::optional<Xmeml> readXmeml(const std::string& xml) {
     QXmlStreamReader reader(QByteArray::fromRawData(xml.data(), qsizetype(xml.size())));
-    Node root;
-    while (reader.readNext() != QXmlStreamReader::EndDocument && !reader.hasError())
-        if (reader.isStartElement())
-            root.children.push_back(readElement(reader));
-    if (reader.hasError()) {
-        ADD_FAILURE() << "not well-formed XML at line " << reader.lineNumber() << ": "
-                      << reader.errorString().toStdString();
-        return std::nullopt;
-    }
-
+    const Node root = readElement(reader, QXmlStreamReader::EndDocument);
     Xmeml doc;
     std::set<std::string> itemIds;
     std::vector<std::string> links;
     std::string problems;
+    if (reader.hasError())
+        problems = " not well-formed XML at line " + std::to_string(reader.lineNumber()) + ": " +
+                   reader.errorString().toStdString() + ";";
     const auto readItem = [&](const Node& node) {
-        XmemlItem item{node.id, {}, {}, false, {}};
+        XmemlItem item{.id = node.id};
         if (!itemIds.insert(node.id).second)
             problems += " " + node.id + " is used twice;";
         collect(node, "", item.fields);
@@ -76,14 +71,14 @@ std::optional<Xmeml> readXmeml(const std::string& xml) {
         }
         return item;
     };
-    for (const auto& sequence : root.children.at(0).children) {
+    for (const auto& sequence : root.children.empty() ? root.children : root.children[0].children) {
         collect(sequence, "", doc.sequence);
         for (const auto& part : sequence.children) {
             if (part.name == "marker")
                 collect(part, "", doc.markers.emplace_back());
             if (part.name != "media")
                 continue;
-            for (const auto& kind : part.children) {
+            for (const auto& kind : part.children)
                 for (const auto& track : kind.children) {
                     if (track.name != "track")
                         continue;
@@ -93,7 +88,6 @@ std::optional<Xmeml> readXmeml(const std::string& xml) {
                         if (clip.name == "clipitem")
                             items.push_back(readItem(clip));
                 }
-            }
         }
     }
     for (const auto& link : links)

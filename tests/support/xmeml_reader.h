@@ -1,8 +1,7 @@
 #pragma once
 
-// Reads a written xmeml document back with Qt's XML parser and checks what every
-// document must hold: well-formed text, unique clip item ids, every file described
-// in full exactly once before any reference to it, every link pointing at a clip item.
+// Reads an xmeml document back and checks what every one must hold: well-formed text, unique
+// clip item ids, each file described in full once before any reference, links to clip items.
 
 #include <map>
 #include <optional>
@@ -15,9 +14,8 @@ namespace korvalume::testing {
 using XmlFields = std::map<std::string, std::string>;
 
 struct XmemlItem {
-    std::string id;
-    XmlFields fields; // "name", "start", "sourcetrack/trackindex", ...
-    std::string fileId;
+    std::string id, fileId;
+    XmlFields fields;      // "name", "start", "sourcetrack/trackindex", ...
     bool fullFile = false; // the item holds the file's full description
     std::vector<std::string> links;
 };
