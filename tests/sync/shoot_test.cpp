@@ -39,6 +39,11 @@ TEST(Shoot, CardsGoToTheCamerasNamedAndMistakesStopBeforeAnyRead) {
               "camera 'CAM C' was removed from session 'QUAY'; its cameras: CAM A, CAM B, CAM C");
     EXPECT_EQ(problem({{"CAM A", dir.file("missing")}}).kind,
               Shoot::Problem::Kind::unreadableFolder);
+
+    // A camera removed after its card was chosen (a live session goes on) is not planned.
+    const std::vector<SyncMap::CameraCard> chosen{{doc.cameras[0].id, card, {}},
+                                                  {doc.cameras[2].id, card, {}}};
+    EXPECT_EQ(Shoot::plan(doc, chosen).folders, std::vector<std::string>{card});
 }
 
 } // namespace
