@@ -78,8 +78,8 @@ void BM_HostTakesInA1000EventLog(benchmark::State& state) {
 
     peer_test::RecordingLink phone("TABLET", "7AB10000");
     phone.link.start(started.id);
-    desk.link->connectTo(QHostAddress(QHostAddress::LocalHost), phone.link.listeningPort(),
-                         phone.link.peerName());
+    desk.link.connectTo(QHostAddress(QHostAddress::LocalHost), phone.link.listeningPort(),
+                        phone.link.peerName());
     if (!QTest::qWaitFor([&] { return !desk->connectedPeers().isEmpty(); }, waitMs)) {
         state.SkipWithError("the phone did not link");
         return;

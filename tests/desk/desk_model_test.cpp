@@ -92,11 +92,11 @@ TEST(DeskModel, AnUnfinishedLogIsTakenUpLiveOnlyWhenYoungerThan18Hours) {
         desk->open({writeLog(desk.dir, "live.korvalume", doc)});
         const bool live = hoursAgo < 18;
         EXPECT_EQ(desk->isLive(), live) << hoursAgo;
-        EXPECT_EQ(desk.link->isRunning(), live) << hoursAgo;
+        EXPECT_EQ(desk.link.isRunning(), live) << hoursAgo;
         EXPECT_EQ(desk.services.holds, live ? 1 : 0) << hoursAgo;
         if (live) {
             EXPECT_EQ(desk.services.awakeReasons.back(), "Live Korvalume session");
-            EXPECT_EQ(desk.settings->value("clock.session").toString(),
+            EXPECT_EQ(desk.settings.value("clock.session").toString(),
                       QString::fromStdString(doc.id.string()));
         }
     }
@@ -111,7 +111,7 @@ TEST(DeskModel, ALiveSessionMarksSavesItselfAndEndsForEveryoneWhenOwned) {
     ASSERT_TRUE(desk->isLive());
     EXPECT_EQ(desk->doc()->name, "A/B:C");
     EXPECT_TRUE(desk->isOwner());
-    EXPECT_EQ(desk->doc()->startedAt, desk.clock->now());
+    EXPECT_EQ(desk->doc()->startedAt, desk.clock.now());
     EXPECT_EQ(desk.services.holds, 1);
 
     for (int i = 0; i < 3; ++i)
@@ -195,7 +195,7 @@ TEST(DeskModel, ReceivedLogsAreCombinedAndPassedOnOnlyWhenTheyAddSomething) {
     Desk desk;
     desk->startLive(std::string("DAY"), FrameRate{25, false});
     const SessionDoc started = *desk->doc();
-    QSignalSpy received(desk.model.get(), &DeskModel::received);
+    QSignalSpy received(&desk.model, &DeskModel::received);
 
     // The phone logs its own camera; the desk sorts first by name, so it invites.
     SessionDoc phoneLog = started;
@@ -203,8 +203,8 @@ TEST(DeskModel, ReceivedLogsAreCombinedAndPassedOnOnlyWhenTheyAddSomething) {
     phoneLog.events.push_back(event(1, SyncEvent::Kind::recStart, started.startedAt + 5, 5));
     peer_test::RecordingLink phone("TABLET", "7AB10000-0000-4000-8000-000000000002", phoneLog);
     phone.link.start(started.id);
-    desk.link->connectTo(QHostAddress(QHostAddress::LocalHost), phone.link.listeningPort(),
-                         phone.link.peerName());
+    desk.link.connectTo(QHostAddress(QHostAddress::LocalHost), phone.link.listeningPort(),
+                        phone.link.peerName());
 
     // Each side sends its log on linking; the desk passes on the combined one.
     ASSERT_TRUE(QTest::qWaitFor([&] { return phone.received.size() == 2; }, waitMs));
@@ -224,7 +224,7 @@ TEST(DeskModel, ReceivedLogsAreCombinedAndPassedOnOnlyWhenTheyAddSomething) {
 
     // The owner ending the session for everyone ends it here too, and that is passed on.
     SessionDoc ended = *desk->doc();
-    finish(ended, "7AB10000-0000-4000-8000-000000000002", desk.clock->now(), FinishScope::everyone);
+    finish(ended, "7AB10000-0000-4000-8000-000000000002", desk.clock.now(), FinishScope::everyone);
     phone.link.broadcast(ended);
     ASSERT_TRUE(QTest::qWaitFor([&] { return phone.received.size() == 3; }, waitMs));
     EXPECT_FALSE(desk->isLive());

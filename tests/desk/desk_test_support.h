@@ -9,20 +9,14 @@
 #include "live/peer_link.h"
 #include "platform/system_services.h"
 #include "session/session_doc.h"
-#include "support/application.h"
 #include "support/media_fixtures.h"
+#include "support/qt_support.h"
 
 #include <QSettings>
 #include <QTest>
 
 #include <memory>
-#include <ostream>
 #include <vector>
-
-// Failure messages show texts as text.
-inline std::ostream& operator<<(std::ostream& out, const QString& text) {
-    return out << text.toStdString();
-}
 
 namespace korvalume::testing {
 
@@ -48,23 +42,32 @@ public:
     int holds = 0; // awake holds currently kept
 };
 
-// One desk with everything it depends on. `wallClock` is the machine's clock as the
-// master clock sees it.
+// One desk on its own folder with everything it depends on. `wallClock` is the machine's
+// clock as the master clock sees it; sessions are saved to `sessionsFolder`, else to one in
+// the desk's own folder.
 struct Desk {
-    // Sessions are saved to `sessionsFolder`, else to one in the desk's own folder.
-    explicit Desk(QString sessionsFolder = {}, double wallClock = 1'700'000'000);
+    explicit Desk(QString sessions = {}, double wall = 1'700'000'000)
+        : wallClock(wall),
+          sessionsFolder(sessions.isEmpty() ? QString::fromStdString(dir.file("Korvalume Sessions"))
+                                            : sessions) {}
 
-    DeskModel& operator*() { return *model; }
-    DeskModel* operator->() { return model.get(); }
+    DeskModel& operator*() { return model; }
+    DeskModel* operator->() { return &model; }
 
+    static constexpr const char* deviceID = "DE5C0000-0000-4000-8000-000000000001";
+    QCoreApplication& app = application();
     fixtures::TempDir dir;
     double wallClock;
-    std::unique_ptr<QSettings> settings;
-    std::unique_ptr<MasterClock> clock;
-    std::unique_ptr<PeerLink> link;
-    RecordingServices services;
-    std::unique_ptr<DeskModel> model;
     QString sessionsFolder;
+    QSettings settings{QString::fromStdString(dir.file("settings.ini")), QSettings::IniFormat};
+    // No time server: every sample comes back empty at once.
+    MasterClock clock{{.wallClock = [this] { return wallClock; },
+                       .sampler = [](QObject*, MasterClock::SampleDone done) { done({}); },
+                       .settings = &settings}};
+    PeerLink link{{"STUDIO MAC", deviceID, PeerLink::Discovery::manual,
+                   QHostAddress(QHostAddress::LocalHost)}};
+    RecordingServices services;
+    DeskModel model{DeskModel::Services{&clock, &link, &services, deviceID, sessionsFolder}};
 };
 
 } // namespace korvalume::testing

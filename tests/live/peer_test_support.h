@@ -3,7 +3,7 @@
 #include "live/peer_link.h"
 #include "live/peer_protocol.h"
 #include "session/session_doc.h"
-#include "support/application.h"
+#include "support/qt_support.h"
 
 #include <QTest>
 

@@ -4,6 +4,7 @@
 #include "platform/platform.h"
 #include "platform/qr_modules.h"
 #include "session/session_link.h"
+#include "support/qt_support.h"
 
 #include <QCoreApplication>
 #include <QDesktopServices>
@@ -14,11 +15,6 @@
 #include <QUrl>
 
 #include <gtest/gtest.h>
-
-// Failure messages show texts as text.
-inline void PrintTo(const QString& text, std::ostream* out) {
-    *out << text.toStdString();
-}
 
 namespace korvalume {
 namespace {

@@ -1,6 +1,15 @@
 #pragma once
 
+// What every Qt test needs: the application, and texts shown as text when a check fails.
+
 #include <QCoreApplication>
+#include <QString>
+
+#include <ostream>
+
+inline std::ostream& operator<<(std::ostream& out, const QString& text) {
+    return out << text.toStdString();
+}
 
 namespace korvalume::testing {
 
