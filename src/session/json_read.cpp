@@ -71,14 +71,11 @@ struct Reader::Scratch {
     }
 };
 
-Reader::Claim::Claim(std::unique_ptr<Scratch>& own) {
+Reader::Claim::Claim() {
     thread_local Scratch shared;
-    if (shared.inUse) {
+    if (shared.inUse)
         own = std::make_unique<Scratch>();
-        scratch = own.get();
-    } else {
-        scratch = &shared;
-    }
+    scratch = own ? own.get() : &shared;
     scratch->inUse = true;
 }
 
@@ -86,7 +83,7 @@ Reader::Claim::~Claim() {
     scratch->inUse = false;
 }
 
-Reader::Reader(std::string_view text, int maxDepth) : claim_(own_), maxDepth_(maxDepth) {
+Reader::Reader(std::string_view text, int maxDepth) : maxDepth_(maxDepth) {
     // A UTF-8 byte order mark is tolerated, as common JSON readers do.
     if (text.starts_with("\xEF\xBB\xBF")) {
         text.remove_prefix(3);
@@ -104,8 +101,6 @@ Reader::Reader(std::string_view text, int maxDepth) : claim_(own_), maxDepth_(ma
         throw JsonSyntaxError("malformed JSON: " + std::string(reason(error)));
     }
 }
-
-Reader::~Reader() = default;
 
 void Reader::syntaxError(std::string_view problem) {
     const char* at = nullptr;

@@ -31,9 +31,6 @@ struct NumberRangeError : jsontext::JsonTextError {
 class Reader {
 public:
     Reader(std::string_view text, int maxDepth);
-    ~Reader();
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
 
     // The root, an object or an array as `type` says; `what` names it in a refusal.
     Value root(simdjson::ondemand::json_type type, std::string_view what);
@@ -94,13 +91,13 @@ private:
     struct Scratch;
     // Holds a scratch for as long as the reader lives, also when it refuses the text.
     struct Claim {
-        explicit Claim(std::unique_ptr<Scratch>& own);
+        Claim();
         ~Claim();
         Claim(const Claim&) = delete;
         Claim& operator=(const Claim&) = delete;
+        std::unique_ptr<Scratch> own;
         Scratch* scratch;
     };
-    std::unique_ptr<Scratch> own_;
     Claim claim_;
     simdjson::padded_string_view text_;
     simdjson::ondemand::document document_;
