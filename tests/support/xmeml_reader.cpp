@@ -14,12 +14,10 @@ struct Node {
     std::vector<Node> children;
 };
 
-// The element the reader stands on, or with EndDocument the whole document.
-Node readElement(QXmlStreamReader& reader,
-                 QXmlStreamReader::TokenType end = QXmlStreamReader::EndElement) {
+Node readElement(QXmlStreamReader& reader) {
     Node node{.name = reader.name().toString().toStdString(),
               .id = reader.attributes().value("id").toString().toStdString()};
-    while (reader.readNext() != end && !reader.hasError()) {
+    while (reader.readNext() != QXmlStreamReader::EndElement && !reader.hasError()) {
         if (reader.isStartElement())
             node.children.push_back(readElement(reader));
         else if (reader.isCharacters())
@@ -44,14 +42,20 @@ void collect(const Node& node, const std::string& prefix, XmlFields& fields) {
 
 std::optional<Xmeml> readXmeml(const std::string& xml) {
     QXmlStreamReader reader(QByteArray::fromRawData(xml.data(), qsizetype(xml.size())));
-    const Node root = readElement(reader, QXmlStreamReader::EndDocument);
+    Node root;
+    while (reader.readNext() != QXmlStreamReader::EndDocument && !reader.hasError())
+        if (reader.isStartElement())
+            root.children.push_back(readElement(reader));
+    if (reader.hasError() || root.children.empty()) {
+        ADD_FAILURE() << "xmeml: not well-formed XML at line " << reader.lineNumber() << ": "
+                      << reader.errorString().toStdString();
+        return std::nullopt;
+    }
+
     Xmeml doc;
     std::set<std::string> itemIds;
     std::vector<std::string> links;
     std::string problems;
-    if (reader.hasError())
-        problems = " not well-formed XML at line " + std::to_string(reader.lineNumber()) + ": " +
-                   reader.errorString().toStdString() + ";";
     const auto readItem = [&](const Node& node) {
         XmemlItem item{.id = node.id};
         if (!itemIds.insert(node.id).second)
@@ -71,7 +75,7 @@ std::optional<Xmeml> readXmeml(const std::string& xml) {
         }
         return item;
     };
-    for (const auto& sequence : root.children.empty() ? root.children : root.children[0].children) {
+    for (const auto& sequence : root.children[0].children) {
         collect(sequence, "", doc.sequence);
         for (const auto& part : sequence.children) {
             if (part.name == "marker")
