@@ -75,7 +75,7 @@ void exportShoot(benchmark::State& state) {
     const auto shoot = largeShoot(20, int(state.range(0)));
     std::size_t bytes = 0;
     for (auto _ : state) {
-        auto xml = PremiereXML::exportDocument(shoot.doc, shoot.plans);
+        auto xml = premierexml::exportDocument(shoot.doc, shoot.plans);
         bytes = xml.size();
         benchmark::DoNotOptimize(xml);
     }
@@ -108,7 +108,7 @@ void exportPileUp(benchmark::State& state) {
     }
     shoot.plans.push_back(std::move(plan));
     for (auto _ : state)
-        benchmark::DoNotOptimize(PremiereXML::exportDocument(shoot.doc, shoot.plans));
+        benchmark::DoNotOptimize(premierexml::exportDocument(shoot.doc, shoot.plans));
     state.SetComplexityN(state.range(0));
 }
 BENCHMARK(exportPileUp)

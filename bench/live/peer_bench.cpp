@@ -175,7 +175,7 @@ void BM_MemoryPerConnectedPeer(benchmark::State& state) {
         QProcess child;
         child.start(QCoreApplication::applicationFilePath(),
                     {"--peers", QString::number(desk.listeningPort()), QString::number(peers),
-                     QString::fromLatin1(PeerProtocol::preSharedKey(session).toHex())});
+                     QString::fromLatin1(peerprotocol::preSharedKey(session).toHex())});
         if (!QTest::qWaitFor([&] { return desk.connected().size() == peers; }, waitMs)) {
             state.SkipWithError("not every peer linked");
             child.kill();

@@ -1,4 +1,4 @@
-// Scans a generated card of 1,000 mixed clips with MediaReader::clips and with
+// Scans a generated card of 1,000 mixed clips with mediareader::clips and with
 // one ffprobe run per file, and counts the bytes each reader takes from a file.
 #include "media/bwf_meta.h"
 #include "media/media_reader.h"
@@ -138,7 +138,7 @@ void BM_ScanCard(benchmark::State& state) {
     std::size_t found = 0;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
-        found = MediaReader::clips(root).size();
+        found = mediareader::clips(root).size();
         scanSeconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         benchmark::DoNotOptimize(found);
@@ -177,8 +177,8 @@ void reportBytesRead() {
         FileSource file(sample.path);
         CountingSource counted(file);
         const bool audio = sample.kind.starts_with("wav") || sample.kind.starts_with("rf64");
-        const bool read = audio ? BWFMeta::read(counted, sample.path, std::nullopt).has_value()
-                                : MovieMeta::read(counted, sample.path).has_value();
+        const bool read = audio ? bwfmeta::read(counted, sample.path, std::nullopt).has_value()
+                                : moviemeta::read(counted, sample.path).has_value();
         std::printf("  %-9s %s %6llu reads %9llu bytes of %11llu\n", sample.kind.c_str(),
                     read ? "ok  " : "FAIL", (unsigned long long)counted.count().reads,
                     (unsigned long long)counted.count().bytes,
@@ -200,7 +200,7 @@ int main(int argc, char** argv) {
     if (scanFiles > 0 && probeFiles > 0 && scanSeconds > 0) {
         const double scanPerFile = scanSeconds / double(scanFiles);
         const double probePerFile = probeSeconds / double(probeFiles);
-        std::printf("\nPer file: MediaReader::clips %.3f ms, ffprobe %.3f ms, ratio %.1fx\n",
+        std::printf("\nPer file: mediareader::clips %.3f ms, ffprobe %.3f ms, ratio %.1fx\n",
                     scanPerFile * 1e3, probePerFile * 1e3, probePerFile / scanPerFile);
     }
     return 0;

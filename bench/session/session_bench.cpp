@@ -95,7 +95,7 @@ void BM_Decode(benchmark::State& state) {
     for (auto _ : state) {
         auto decoded = sessionfile::decode(bytes);
         if (!decoded)
-            state.SkipWithError(decoded.error().c_str());
+            state.SkipWithError(decoded.message().c_str());
         benchmark::DoNotOptimize(decoded);
     }
     state.SetBytesProcessed(std::int64_t(state.iterations()) * std::int64_t(bytes.size()));

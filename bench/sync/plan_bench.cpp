@@ -95,7 +95,7 @@ void BM_OneCamera2000Files(benchmark::State& state) {
     sortEvents(doc);
     const auto logged = clips(doc, camera.id).size();
     for (auto _ : state) {
-        auto plan = SyncMap::plan(camera, files, doc);
+        auto plan = syncmap::plan(camera, files, doc);
         benchmark::DoNotOptimize(plan);
     }
     state.counters["files"] = double(files.size());
@@ -112,7 +112,7 @@ void BM_Align2000x2000(benchmark::State& state) {
         files[i] = logged[i] + 0.3;
     }
     for (auto _ : state)
-        benchmark::DoNotOptimize(SyncMap::align(files, logged));
+        benchmark::DoNotOptimize(syncmap::align(files, logged));
 }
 BENCHMARK(BM_Align2000x2000)->Unit(benchmark::kMillisecond);
 
@@ -128,7 +128,7 @@ void BM_Shoot20Cameras500Clips(benchmark::State& state) {
     sortEvents(doc);
     for (auto _ : state) {
         for (std::size_t c = 0; c < cards.size(); ++c) {
-            auto plan = SyncMap::plan(doc.cameras[c], cards[c], doc);
+            auto plan = syncmap::plan(doc.cameras[c], cards[c], doc);
             benchmark::DoNotOptimize(plan);
         }
     }

@@ -92,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         }
     }
 
-    const auto document = PremiereXML::build(doc, plans);
+    const auto document = premierexml::build(doc, plans);
     QXmlStreamReader reader(
         QByteArray::fromRawData(document.xml.data(), qsizetype(document.xml.size())));
     while (!reader.atEnd())

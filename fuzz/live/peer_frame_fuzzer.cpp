@@ -63,11 +63,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     std::size_t accounted = whole.left;
     for (const auto& frame : whole.frames) {
-        accounted += korvalume::PeerProtocol::frameHeaderLength + frame.size();
+        accounted += korvalume::peerprotocol::frameHeaderLength + frame.size();
         // What the link does with each frame; a refusal needs a reason.
         auto doc = korvalume::sessionfile::decode(frame);
-        require(doc.ok() || !doc.error().empty(), "refusal without a reason");
-        require(korvalume::PeerProtocol::encodeFrame(frame).size() ==
+        require(doc.ok() || !doc.message().empty(), "refusal without a reason");
+        require(korvalume::peerprotocol::encodeFrame(frame).size() ==
                     static_cast<qsizetype>(frame.size() + 4),
                 "frame header is not 4 bytes");
     }

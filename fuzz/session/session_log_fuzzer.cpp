@@ -28,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     auto decoded = korvalume::sessionfile::decode(text);
     if (!decoded) {
-        require(!decoded.error().empty(), "refusal without a reason");
+        require(!decoded.message().empty(), "refusal without a reason");
         return 0;
     }
     const korvalume::SessionDoc& doc = *decoded;

@@ -95,7 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         file.slowMotion = data.ConsumeIntegralInRange(0, 9) == 0;
     }
 
-    const CameraPlan plan = SyncMap::plan(camera, files, doc);
+    const CameraPlan plan = syncmap::plan(camera, files, doc);
     if (plan.clips.size() != files.size())
         std::abort();
     for (const auto& clip : plan.clips) {

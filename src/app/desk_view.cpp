@@ -30,8 +30,8 @@ DeskView::DeskView(QObject* parent) : QObject(parent), name_(DeskModel::defaultN
     const std::optional<std::string> label =
         stored.isValid() ? std::optional<std::string>(stored.toString().toStdString())
                          : std::nullopt;
-    const FrameRate selected = ViewRules::initialRate(label);
-    for (const FrameRate& rate : ViewRules::rateChoices(selected)) {
+    const FrameRate selected = viewrules::initialRate(label);
+    for (const FrameRate& rate : viewrules::rateChoices(selected)) {
         if (rate == selected)
             rateIndex_ = static_cast<int>(rates_.size());
         rates_.append(qs(rate.label()));
@@ -86,12 +86,12 @@ void DeskView::setConfirmEnd(bool up) {
 DeskView::Panel DeskView::panel() const {
     if (!model_)
         return Panel::Welcome;
-    switch (ViewRules::panel(model_->hasDoc(), model_->isLive())) {
-    case ViewRules::Panel::welcome:
+    switch (viewrules::panel(model_->hasDoc(), model_->isLive())) {
+    case viewrules::Panel::welcome:
         return Panel::Welcome;
-    case ViewRules::Panel::session:
+    case viewrules::Panel::session:
         return Panel::Session;
-    case ViewRules::Panel::live:
+    case viewrules::Panel::live:
         return Panel::Live;
     }
     return Panel::Welcome;
@@ -101,7 +101,7 @@ QVariantList DeskView::steps() const {
     QVariantList list;
     const bool hasDoc = model_ && model_->hasDoc();
     const bool live = model_ && model_->isLive();
-    for (const ViewRules::Step& step : ViewRules::steps(hasDoc, live))
+    for (const viewrules::Step& step : viewrules::steps(hasDoc, live))
         list.append(QVariantMap{{"title", qs(step.title)}, {"line", qs(step.line)}});
     return list;
 }
@@ -120,12 +120,12 @@ QString DeskView::sessionHeading() const {
 
 QString DeskView::sessionFacts() const {
     const auto doc = model_ ? model_->doc() : std::nullopt;
-    return doc ? qs(ViewRules::sessionFacts(*doc, model_->logCount())) : QString();
+    return doc ? qs(viewrules::sessionFacts(*doc, model_->logCount())) : QString();
 }
 
 QString DeskView::sessionStart() const {
     const auto doc = model_ ? model_->doc() : std::nullopt;
-    return doc ? qs(ViewRules::sessionStart(*doc)) : QString();
+    return doc ? qs(viewrules::sessionStart(*doc)) : QString();
 }
 
 QString DeskView::savedName() const {
@@ -147,10 +147,10 @@ QVariantList DeskView::cards() const {
         for (const CameraPlan& candidate : plans)
             if (candidate.camera.id == camera.id)
                 plan = &candidate;
-        const ViewRules::Card card = ViewRules::card(camera, folderOf(*model_, camera.id),
+        const viewrules::Card card = viewrules::card(camera, folderOf(*model_, camera.id),
                                                      model_->isReading(camera.id), plan);
         QVariantList clips;
-        for (const ViewRules::CardClip& clip : card.clips)
+        for (const viewrules::CardClip& clip : card.clips)
             clips.append(QVariantMap{{"name", qs(clip.name)},
                                      {"method", qs(clip.method)},
                                      {"placed", clip.placed},
@@ -177,43 +177,43 @@ QString DeskView::reportText() const {
     std::vector<std::string> lines;
     for (const QString& line : model_->importReport())
         lines.push_back(line.toStdString());
-    return qs(ViewRules::combiningReport(lines));
+    return qs(viewrules::combiningReport(lines));
 }
 
 QString DeskView::liveTitle() const {
-    return qs(ViewRules::LiveSidebar{}.title);
+    return qs(viewrules::LiveSidebar{}.title);
 }
 QString DeskView::liveIntro() const {
-    return qs(ViewRules::LiveSidebar{}.intro);
+    return qs(viewrules::LiveSidebar{}.intro);
 }
 QString DeskView::markButton() const {
-    return qs(ViewRules::LiveSidebar{}.markButton);
+    return qs(viewrules::LiveSidebar{}.markButton);
 }
 QString DeskView::markLine() const {
-    return qs(ViewRules::LiveSidebar{}.markLine);
+    return qs(viewrules::LiveSidebar{}.markLine);
 }
 QString DeskView::liveAfter() const {
-    return qs(ViewRules::LiveSidebar{}.after);
+    return qs(viewrules::LiveSidebar{}.after);
 }
 
 QString DeskView::endButton() const {
-    return qs(ViewRules::liveSidebar(model_ && model_->isOwner()).endButton);
+    return qs(viewrules::liveSidebar(model_ && model_->isOwner()).endButton);
 }
 QString DeskView::confirmTitle() const {
-    return qs(ViewRules::endConfirmation(model_ && model_->isOwner()).title);
+    return qs(viewrules::endConfirmation(model_ && model_->isOwner()).title);
 }
 QString DeskView::confirmMessage() const {
-    return qs(ViewRules::endConfirmation(model_ && model_->isOwner()).message);
+    return qs(viewrules::endConfirmation(model_ && model_->isOwner()).message);
 }
 QString DeskView::confirmButton() const {
-    return qs(ViewRules::endConfirmation(model_ && model_->isOwner()).button);
+    return qs(viewrules::endConfirmation(model_ && model_->isOwner()).button);
 }
 
 QString DeskView::freeRunTitle() const {
-    return qs(Advice::freeRunTitle);
+    return qs(advice::freeRunTitle);
 }
 QString DeskView::freeRunAdvice() const {
-    return qs(Advice::freeRun);
+    return qs(advice::freeRun);
 }
 
 QString DeskView::openPanelText() const {
@@ -245,7 +245,7 @@ void DeskView::startSession() {
         return;
     const QString label = rates_.at(rateIndex_);
     QSettings().setValue(lastFpsKey, label);
-    model_->startLive(name_.toStdString(), ViewRules::initialRate(label.toStdString()));
+    model_->startLive(name_.toStdString(), viewrules::initialRate(label.toStdString()));
 }
 
 void DeskView::openFiles(const QList<QUrl>& urls) {

@@ -2,7 +2,7 @@
 
 #include <QFontDatabase>
 
-namespace korvalume::Palette {
+namespace korvalume::palette {
 
 namespace {
 QColor grey(float white) {
@@ -48,16 +48,16 @@ QFont mono(qreal pointSize, QFont::Weight weight) {
     return font;
 }
 
-} // namespace korvalume::Palette
+} // namespace korvalume::palette
 
 namespace korvalume {
 
 QFont Kit::mono(qreal pointSize, int weight) const {
-    return Palette::mono(pointSize, static_cast<QFont::Weight>(weight));
+    return palette::mono(pointSize, static_cast<QFont::Weight>(weight));
 }
 
 QFont Kit::monoTracked(qreal pointSize, int weight, qreal tracking) const {
-    QFont font = Palette::mono(pointSize, static_cast<QFont::Weight>(weight));
+    QFont font = palette::mono(pointSize, static_cast<QFont::Weight>(weight));
     font.setLetterSpacing(QFont::AbsoluteSpacing, tracking);
     return font;
 }

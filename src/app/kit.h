@@ -7,7 +7,7 @@
 
 // The interface kit: one palette, one monospaced face, one thin rule. Every view draws
 // with these so the chart, the panels and the live view look alike.
-namespace korvalume::Palette {
+namespace korvalume::palette {
 
 // Each colour is made on first use (a thread-safe static) and shared afterwards.
 const QColor& ink();
@@ -21,7 +21,7 @@ const QColor& darkRule(); // the dark Hairline: white 0.3
 // The system's fixed-width font at `pointSize` and `weight`.
 QFont mono(qreal pointSize, QFont::Weight weight = QFont::Normal);
 
-} // namespace korvalume::Palette
+} // namespace korvalume::palette
 
 namespace korvalume {
 
@@ -42,13 +42,13 @@ class Kit : public QObject {
 public:
     using QObject::QObject;
 
-    QColor ink() const { return Palette::ink(); }
-    QColor paper() const { return Palette::paper(); }
-    QColor rule() const { return Palette::rule(); }
-    QColor recRed() const { return Palette::recRed(); }
-    QColor amber() const { return Palette::amber(); }
-    QColor signalGreen() const { return Palette::signalGreen(); }
-    QColor darkRule() const { return Palette::darkRule(); }
+    QColor ink() const { return palette::ink(); }
+    QColor paper() const { return palette::paper(); }
+    QColor rule() const { return palette::rule(); }
+    QColor recRed() const { return palette::recRed(); }
+    QColor amber() const { return palette::amber(); }
+    QColor signalGreen() const { return palette::signalGreen(); }
+    QColor darkRule() const { return palette::darkRule(); }
     QColor laneGrey() const { return QColor::fromRgbF(0.9f, 0.9f, 0.9f); }
 
     // `weight` is a QML Font.weight value (400 regular, 600 semibold, 700 bold).

@@ -63,10 +63,10 @@ QString LiveState::title() const {
     return QStringLiteral("SESSION / LIVE");
 }
 QString LiveState::freeRunTitle() const {
-    return qs(Advice::freeRunTitle);
+    return qs(advice::freeRunTitle);
 }
 QString LiveState::freeRunText() const {
-    return qs(ViewRules::freeRunText);
+    return qs(viewrules::freeRunText);
 }
 
 void LiveState::redraw() {
@@ -77,11 +77,11 @@ void LiveState::redraw() {
         return;
     now_ = hasFixedNow_ ? fixedNow_ : model_->now();
     const bool synced = model_->clockSynced();
-    const ViewRules::LiveTexts texts =
-        ViewRules::liveTexts(*doc, now_, synced, phoneNames(model_->connectedPeers()));
+    const viewrules::LiveTexts texts =
+        viewrules::liveTexts(*doc, now_, synced, phoneNames(model_->connectedPeers()));
 
     QVariantList rows;
-    for (const ViewRules::LiveRow& row : texts.rows)
+    for (const viewrules::LiveRow& row : texts.rows)
         rows.append(QVariantMap{{"name", qs(row.name)},
                                 {"kindLink", qs(row.kindLink)},
                                 {"status", qs(row.status)},

@@ -106,10 +106,10 @@ int main(int argc, char* argv[]) {
     // The one model for the life of the process, on the shared clock and this machine's
     // identity; nothing live starts until a session does.
     using namespace korvalume;
-    PeerLink link(PeerLink::Options{Platform::displayName(), Platform::deviceID()});
+    PeerLink link(PeerLink::Options{platform::displayName(), platform::deviceID()});
     const auto system = makeSystemServices();
     DeskModel model(DeskModel::Services{&MasterClock::shared(), &link, system.get(),
-                                        Platform::deviceID(), DeskModel::defaultSessionsFolder()});
+                                        platform::deviceID(), DeskModel::defaultSessionsFolder()});
     FileOpenFilter fileOpen(model);
     app.installEventFilter(&fileOpen);
 

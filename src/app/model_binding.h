@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/qt_text.h"
 #include "desk/desk_model.h"
 
 #include <QPointer>
@@ -9,13 +10,6 @@
 #include <string_view>
 
 namespace korvalume {
-
-inline QString qs(const std::string& text) {
-    return QString::fromStdString(text);
-}
-inline QString qs(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 // Points a view object at another desk model: it stops hearing the old one and calls
 // `onChange` on every change of the new one. False when it was that model already.

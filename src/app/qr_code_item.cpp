@@ -18,7 +18,7 @@ void QrCodeItem::setText(const QString& text) {
     if (text_ == text)
         return;
     text_ = text;
-    code_ = text_.isEmpty() ? QImage() : Platform::qrCode(text_);
+    code_ = text_.isEmpty() ? QImage() : platform::qrCode(text_);
     update();
     emit textChanged();
 }
@@ -30,7 +30,7 @@ void QrCodeItem::paint(QPainter* painter) {
     const qreal dpr = window() ? window()->effectiveDevicePixelRatio() : 1.0;
     const qreal side = std::min(width(), height()) * dpr;
     // The image has a fixed number of pixels per module; scale whole modules, not pixels.
-    const int modules = std::max(code_.width() / Platform::qrModulePixels, 1);
+    const int modules = std::max(code_.width() / platform::qrModulePixels, 1);
     const qreal module = std::max<qreal>(1, std::floor(side / modules)) / dpr;
     const qreal drawn = module * modules;
     const QPointF origin((width() - drawn) / 2, (height() - drawn) / 2);

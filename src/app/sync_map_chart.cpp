@@ -39,7 +39,7 @@ void SyncMapChart::relayout() {
 
 void SyncMapChart::paint(QPainter* painter) {
     // The frame: one point of rule around the padded stack.
-    painter->setPen(QPen(Palette::rule(), 1));
+    painter->setPen(QPen(palette::rule(), 1));
     painter->setBrush(Qt::NoBrush);
     painter->drawRect(QRectF(0.5, 0.5, width() - 1, height() - 1));
     if (!model_)
@@ -47,15 +47,15 @@ void SyncMapChart::paint(QPainter* painter) {
     const std::optional<SessionDoc> doc = model_->doc();
     if (!doc)
         return;
-    const ViewRules::ChartLayout layout = ViewRules::chartLayout(*doc, model_->cameraPlans());
+    const viewrules::ChartLayout layout = viewrules::chartLayout(*doc, model_->cameraPlans());
 
-    const QFont nameFont = Palette::mono(9, QFont::DemiBold);
+    const QFont nameFont = palette::mono(9, QFont::DemiBold);
     painter->setFont(nameFont);
     const qreal laneX = padding + nameWidth + nameGap;
     const qreal laneW = std::max<qreal>(0, width() - padding - laneX);
     qreal y = padding;
-    for (const ViewRules::ChartLane& lane : layout.lanes) {
-        painter->setPen(Palette::ink());
+    for (const viewrules::ChartLane& lane : layout.lanes) {
+        painter->setPen(palette::ink());
         const QString name = QFontMetricsF(nameFont).elidedText(QString::fromStdString(lane.name),
                                                                 Qt::ElideRight, nameWidth);
         painter->drawText(QRectF(padding, y, nameWidth, laneHeight),
@@ -65,13 +65,13 @@ void SyncMapChart::paint(QPainter* painter) {
         painter->setClipRect(QRectF(laneX, y, laneW, laneHeight));
         painter->setPen(Qt::NoPen);
         painter->fillRect(QRectF(laneX, y, laneW, laneHeight), QColor::fromRgbF(0.9f, 0.9f, 0.9f));
-        for (const ViewRules::ChartBar& bar : lane.bars)
+        for (const viewrules::ChartBar& bar : lane.bars)
             painter->fillRect(
-                QRectF(laneX + bar.x * laneW, y, ViewRules::barWidth(bar, laneW), laneHeight),
-                Palette::ink());
+                QRectF(laneX + bar.x * laneW, y, viewrules::barWidth(bar, laneW), laneHeight),
+                palette::ink());
         for (double marker : layout.markers)
-            painter->fillRect(QRectF(laneX + marker * laneW, y, ViewRules::markerWidth, laneHeight),
-                              Palette::recRed());
+            painter->fillRect(QRectF(laneX + marker * laneW, y, viewrules::markerWidth, laneHeight),
+                              palette::recRed());
         painter->restore();
         y += laneHeight + rowSpacing;
     }

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace korvalume::ViewRules {
+namespace korvalume::viewrules {
 
 Panel panel(bool hasDoc, bool isLive) {
     if (!hasDoc)
@@ -187,7 +187,7 @@ double barWidth(const ChartBar& bar, double laneWidth) {
 std::string timeOfDay(const SessionDoc& doc, double now) {
     if (!std::isfinite(now))
         return "--:--:--:--";
-    return MasterTime::timeOfDay(now, doc.fps, doc.timeZone()).string();
+    return mastertime::timeOfDay(now, doc.fps, doc.timeZone()).string();
 }
 
 namespace {
@@ -216,7 +216,7 @@ LiveTexts liveTexts(const SessionDoc& doc, double now, bool clockSynced,
     texts.timeOfDay = timeOfDay(doc, now);
     const double elapsed = now - doc.startedAt;
     texts.running =
-        "RUNNING " + MasterTime::clock(std::isfinite(elapsed) ? std::max(0.0, elapsed) : 0.0);
+        "RUNNING " + mastertime::clock(std::isfinite(elapsed) ? std::max(0.0, elapsed) : 0.0);
     for (const Camera& camera : cameras) {
         const CameraSummary status = summary(doc, camera, now);
         texts.rows.push_back({camera.name, kindAndLink(camera), status.text, status.rolling,
@@ -234,4 +234,4 @@ LiveTexts liveTexts(const SessionDoc& doc, double now, bool clockSynced,
     return texts;
 }
 
-} // namespace korvalume::ViewRules
+} // namespace korvalume::viewrules

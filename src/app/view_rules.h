@@ -11,7 +11,7 @@
 
 // What the desk window shows, decided from the model's state. QML only lays these
 // texts and numbers out; every choice lives here so it can be tested without a window.
-namespace korvalume::ViewRules {
+namespace korvalume::viewrules {
 
 // ---- Main window ----
 
@@ -158,4 +158,4 @@ std::string timeOfDay(const SessionDoc& doc, double now);
 // Counted noun: "1 CLIP", "2 CLIPS".
 std::string counted(long long count, std::string_view noun);
 
-} // namespace korvalume::ViewRules
+} // namespace korvalume::viewrules

@@ -5,10 +5,10 @@
 
 namespace korvalume {
 
-Result<WriteDone> writeFileAtomically(const std::string& path, std::string_view bytes) {
+Status writeFileAtomically(const std::string& path, std::string_view bytes) {
     const QString name = QString::fromStdString(path);
     const auto fail = [&](const QString& cause) {
-        return Result<WriteDone>::failure(path + ": " + cause.toStdString());
+        return Status::failure(ErrorKind::io, path + ": " + cause.toStdString());
     };
     if (QFileInfo(name).isDir())
         return fail("is a folder");
@@ -20,7 +20,7 @@ Result<WriteDone> writeFileAtomically(const std::string& path, std::string_view 
         return fail(file.errorString());
     if (!file.commit())
         return fail(file.errorString());
-    return WriteDone{};
+    return {};
 }
 
 } // namespace korvalume

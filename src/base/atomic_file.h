@@ -10,7 +10,6 @@ namespace korvalume {
 // Writes `bytes` to `path` through a temporary file moved into place, so a
 // reader never sees half a file and a failure leaves the old file as it was.
 // The error names the file and the cause.
-struct WriteDone {};
-Result<WriteDone> writeFileAtomically(const std::string& path, std::string_view bytes);
+Status writeFileAtomically(const std::string& path, std::string_view bytes);
 
 } // namespace korvalume

@@ -5,7 +5,7 @@
 #include <unistd.h>
 #endif
 
-namespace korvalume::FilePath {
+namespace korvalume::filepath {
 
 std::filesystem::path toNative(std::string_view path) {
 #ifdef Q_OS_WIN
@@ -41,4 +41,4 @@ bool openForReading(QFile& file, const std::string& path, QIODevice::OpenMode mo
 #endif
 }
 
-} // namespace korvalume::FilePath
+} // namespace korvalume::filepath

@@ -10,7 +10,7 @@
 // travel as std::string holding the file system's own bytes (UTF-8 on Windows, where
 // names are UTF-16), so every file can be opened again; a QString would lose the bytes
 // of a name that is not valid UTF-8.
-namespace korvalume::FilePath {
+namespace korvalume::filepath {
 
 std::filesystem::path toNative(std::string_view path);
 std::string fromNative(const std::filesystem::path& path);
@@ -19,4 +19,4 @@ std::string fromNative(const std::filesystem::path& path);
 bool openForReading(QFile& file, const std::string& path,
                     QIODevice::OpenMode mode = QIODevice::NotOpen);
 
-} // namespace korvalume::FilePath
+} // namespace korvalume::filepath

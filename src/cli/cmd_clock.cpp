@@ -62,23 +62,23 @@ int runClock(std::span<const std::string> args, Io& io) {
         io.err << "korvalume clock: unknown argument '" << parsed->positional().front() << "'\n";
         return Usage;
     }
-    std::optional<Sntp::Server> server;
+    std::optional<sntp::Server> server;
     if (const auto text = parsed->value("server")) {
-        server = Sntp::Server::parse(QString::fromStdString(*text));
+        server = sntp::Server::parse(QString::fromStdString(*text));
         if (!server) {
             io.err << "korvalume clock: --server takes HOST[:PORT], not '" << *text << "'\n";
             return Usage;
         }
     } else {
-        server = Sntp::configuredServer(QSettings());
+        server = sntp::configuredServer(QSettings());
     }
 
     // One after another, as the clock takes them.
-    std::vector<Sntp::Outcome> outcomes;
+    std::vector<sntp::Outcome> outcomes;
     QEventLoop loop;
     QObject context;
     std::function<void()> next = [&] {
-        Sntp::exchange(*server, {}, &context, [&](const Sntp::Outcome& outcome) {
+        sntp::exchange(*server, {}, &context, [&](const sntp::Outcome& outcome) {
             outcomes.push_back(outcome);
             if (outcomes.size() < samplesPerCheck)
                 next();
@@ -89,12 +89,12 @@ int runClock(std::span<const std::string> args, Io& io) {
     next();
     loop.exec();
 
-    std::vector<std::optional<Sntp::Sample>> samples;
+    std::vector<std::optional<sntp::Sample>> samples;
     for (const auto& outcome : outcomes) {
-        const auto* sample = std::get_if<Sntp::Sample>(&outcome);
+        const auto* sample = std::get_if<sntp::Sample>(&outcome);
         samples.push_back(sample ? std::optional(*sample) : std::nullopt);
     }
-    const auto best = Sntp::best(samples);
+    const auto best = sntp::best(samples);
     const std::string where = server->text().toStdString();
 
     if (parsed->isSet("json")) {
@@ -105,11 +105,11 @@ int runClock(std::span<const std::string> args, Io& io) {
                << ", \"samples\": [";
         for (std::size_t i = 0; i < outcomes.size(); ++i) {
             io.out << (i ? ", " : "");
-            if (const auto* sample = std::get_if<Sntp::Sample>(&outcomes[i]))
+            if (const auto* sample = std::get_if<sntp::Sample>(&outcomes[i]))
                 io.out << "{\"offset\": " << number(sample->offset)
                        << ", \"delay\": " << number(sample->delay) << "}";
             else
-                io.out << "{\"error\": \"" << Sntp::describe(std::get<Sntp::Failure>(outcomes[i]))
+                io.out << "{\"error\": \"" << sntp::describe(std::get<sntp::Failure>(outcomes[i]))
                        << "\"}";
         }
         io.out << "], \"offset\": " << (best ? number(best->offset) : "null") << "}\n";
@@ -117,11 +117,11 @@ int runClock(std::span<const std::string> args, Io& io) {
         io.out << "Time server: " << where << '\n';
         for (std::size_t i = 0; i < outcomes.size(); ++i) {
             io.out << "  sample " << i + 1 << ": ";
-            if (const auto* sample = std::get_if<Sntp::Sample>(&outcomes[i]))
+            if (const auto* sample = std::get_if<sntp::Sample>(&outcomes[i]))
                 io.out << "offset " << seconds(sample->offset, true) << " s, delay "
                        << seconds(sample->delay, false) << " s\n";
             else
-                io.out << Sntp::describe(std::get<Sntp::Failure>(outcomes[i])) << '\n';
+                io.out << sntp::describe(std::get<sntp::Failure>(outcomes[i])) << '\n';
         }
         if (best)
             io.out << "The clock would take an offset of " << seconds(best->offset, true)

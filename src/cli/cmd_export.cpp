@@ -80,7 +80,7 @@ std::optional<Options> parseOptions(std::span<const std::string> args, std::ostr
 }
 
 // Per camera: placed clips that are on the timeline, and those that are not.
-void printCounts(const std::vector<CameraPlan>& plans, const PremiereXML::Document& written,
+void printCounts(const std::vector<CameraPlan>& plans, const premierexml::Document& written,
                  std::ostream& out) {
     std::size_t nameWidth = 0;
     for (const auto& plan : plans)
@@ -89,7 +89,7 @@ void printCounts(const std::vector<CameraPlan>& plans, const PremiereXML::Docume
     for (std::size_t p = 0; p < plans.size(); ++p) {
         const auto leftOut = std::size_t(
             std::count_if(written.leftOut.begin(), written.leftOut.end(),
-                          [p](const PremiereXML::LeftOutClip& clip) { return clip.plan == p; }));
+                          [p](const premierexml::LeftOutClip& clip) { return clip.plan == p; }));
         const std::size_t placed = plans[p].placed().size() - leftOut;
         onTimeline += placed;
         std::string name = plans[p].camera.name;
@@ -109,15 +109,15 @@ int runExport(std::span<const std::string> args, Io& io) {
     auto planned = planShoot(options->logs, options->folders, "export", io);
     if (const auto* failure = std::get_if<ExitCode>(&planned))
         return *failure;
-    const auto& [doc, plans, folders] = std::get<Shoot::Planned>(planned);
-    const auto written = PremiereXML::build(doc, plans);
+    const auto& [doc, plans, folders] = std::get<shoot::Planned>(planned);
+    const auto written = premierexml::build(doc, plans);
     for (const auto& clip : written.leftOut)
         io.err << "korvalume export: " << clip.path
                << ": start or length out of range; left out of the timeline\n";
 
     const std::string path = options->output.value_or(
-        QDir::current().filePath(QString::fromStdString(PremiereXML::fileName(doc))).toStdString());
-    if (const auto failure = PremiereXML::save(path, written.xml)) {
+        QDir::current().filePath(QString::fromStdString(premierexml::fileName(doc))).toStdString());
+    if (const auto failure = premierexml::save(path, written.xml)) {
         io.err << "korvalume export: " << *failure << '\n';
         return InputProblem;
     }

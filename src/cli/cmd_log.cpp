@@ -141,7 +141,7 @@ int runLog(std::span<const std::string> args, Io& io) {
     // Logs read from files always encode; a failure here would be a bug worth naming.
     const auto encoded = sessionfile::encoded(*opened.doc);
     if (!encoded) {
-        io.err << "Could not save the log: " << encoded.error() << '\n';
+        io.err << "Could not save the log: " << encoded.message() << '\n';
         return InputProblem;
     }
     if (options->json)
@@ -152,7 +152,7 @@ int runLog(std::span<const std::string> args, Io& io) {
     if (options->output) {
         const auto written = writeFileAtomically(*options->output, *encoded);
         if (!written) {
-            io.err << "Could not save the log: " << written.error() << '\n';
+            io.err << "Could not save the log: " << written.message() << '\n';
             return InputProblem;
         }
     }

@@ -84,7 +84,7 @@ std::string startText(double start, const SessionDoc& doc, const QTimeZone& zone
         return "at " + std::to_string(start) + " s";
     // A start computed from timecode can sit a hair before its frame; show the nearest
     // millisecond and the nearest frame of the time-of-day label, as the timeline places it.
-    const double seconds = MasterTime::secondsOfDay(start, zone);
+    const double seconds = mastertime::secondsOfDay(start, zone);
     const auto millis = std::llround(seconds * 1000) % 86'400'000;
     char clock[32];
     std::snprintf(clock, sizeof clock, "%02lld:%02lld:%02lld.%03lld", millis / 3'600'000,
@@ -158,7 +158,7 @@ int runPlan(std::span<const std::string> args, Io& io) {
     auto planned = planShoot(options->logs, options->folders, "plan", io);
     if (const auto* failure = std::get_if<ExitCode>(&planned))
         return *failure;
-    const auto& [doc, plans, folders] = std::get<Shoot::Planned>(planned);
+    const auto& [doc, plans, folders] = std::get<shoot::Planned>(planned);
     if (options->json)
         printJson(plans, folders, io.out);
     else

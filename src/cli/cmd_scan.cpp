@@ -52,7 +52,7 @@ std::string describe(const ClipFile& clip) {
         line += "  start " + fixed(*clip.startTCSeconds, 3) + "s";
     else
         line += "  no start";
-    line += "  " + (clip.created ? DateText::isoUtc(*clip.created) : std::string("-"));
+    line += "  " + (clip.created ? datetext::isoUtc(*clip.created) : std::string("-"));
     std::string device = clip.model;
     if (!clip.serial.empty())
         device += (device.empty() ? "#" : " #") + clip.serial;
@@ -78,7 +78,7 @@ int runScan(std::span<const std::string> args, Io& io) {
         return Usage;
     }
     const std::string& folder = folders.front();
-    if (const auto problem = MediaReader::folderProblem(folder)) {
+    if (const auto problem = mediareader::folderProblem(folder)) {
         io.err << "korvalume scan: " << folder << ": " << *problem << '\n';
         return InputProblem;
     }

@@ -33,17 +33,17 @@ void onSignal(int) {
 
 LiveDesk::LiveDesk(const LiveDeskOptions& options) : loop_(std::make_unique<QEventLoop>()) {
     if (options.operatorName)
-        Platform::setOperatorName(*options.operatorName);
+        platform::setOperatorName(*options.operatorName);
     PeerLink::Options linkOptions;
-    linkOptions.displayName = Platform::displayName();
-    linkOptions.deviceID = Platform::deviceID();
+    linkOptions.displayName = platform::displayName();
+    linkOptions.deviceID = platform::deviceID();
     link_ = std::make_unique<PeerLink>(linkOptions);
     system_ = makeSystemServices();
     DeskModel::Services services;
     services.clock = &MasterClock::shared();
     services.peers = link_.get();
     services.system = system_.get();
-    services.deviceID = Platform::deviceID();
+    services.deviceID = platform::deviceID();
     services.sessionsFolder = options.sessionsFolder.isEmpty() ? DeskModel::defaultSessionsFolder()
                                                                : options.sessionsFolder;
     model_ = std::make_unique<DeskModel>(services);

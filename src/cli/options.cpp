@@ -1,5 +1,7 @@
 #include "cli/options.h"
 
+#include "base/qt_text.h"
+
 #include <QCommandLineParser>
 #include <QRegularExpression>
 
@@ -9,10 +11,6 @@
 namespace korvalume::cli {
 
 namespace {
-
-QString qs(std::string_view text) {
-    return QString::fromUtf8(text.data(), qsizetype(text.size()));
-}
 
 // The argument as the user typed it that names `option` ("-o", "--output=x" gives
 // "--output").

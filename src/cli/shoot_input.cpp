@@ -28,11 +28,11 @@ void printLogMessages(const OpenedLogs& opened, std::ostream& err) {
 
 namespace {
 
-Shoot::Options progressOn(Io& io) {
-    Shoot::Options options;
+shoot::Options progressOn(Io& io) {
+    shoot::Options options;
     if (io.errIsTerminal && !io.quiet) {
         options.progress = [&io](const std::string& folder,
-                                 const MediaReader::ScanProgress& progress) {
+                                 const mediareader::ScanProgress& progress) {
             io.err << "\rreading " << folder << ": " << progress.filesDone << "/"
                    << progress.filesTotal << " files\x1b[K" << std::flush;
         };
@@ -40,7 +40,7 @@ Shoot::Options progressOn(Io& io) {
     return options;
 }
 
-void endProgress(const Shoot::Options& options, Io& io) {
+void endProgress(const shoot::Options& options, Io& io) {
     if (options.progress)
         io.err << "\r\x1b[K" << std::flush;
 }
@@ -49,24 +49,24 @@ void endProgress(const Shoot::Options& options, Io& io) {
 
 std::vector<ClipFile> readCard(const std::string& folder, Io& io) {
     const auto options = progressOn(io);
-    auto clips = Shoot::readCard(folder, options);
+    auto clips = shoot::readCard(folder, options);
     endProgress(options, io);
     return clips;
 }
 
-std::variant<Shoot::Planned, ExitCode> planShoot(const std::vector<std::string>& logs,
+std::variant<shoot::Planned, ExitCode> planShoot(const std::vector<std::string>& logs,
                                                  const std::vector<FolderArgument>& folders,
                                                  std::string_view command, Io& io) {
     auto options = progressOn(io);
     options.logsOpened = [&io](const OpenedLogs& opened) { printLogMessages(opened, io.err); };
-    auto outcome = Shoot::run(logs, folders, options);
-    if (auto* planned = std::get_if<Shoot::Planned>(&outcome)) {
+    auto outcome = shoot::run(logs, folders, options);
+    if (auto* planned = std::get_if<shoot::Planned>(&outcome)) {
         endProgress(options, io);
         return std::move(*planned);
     }
-    const auto& problem = std::get<Shoot::Problem>(outcome);
+    const auto& problem = std::get<shoot::Problem>(outcome);
     io.err << "korvalume " << command << ": " << problem.text << '\n';
-    using Kind = Shoot::Problem::Kind;
+    using Kind = shoot::Problem::Kind;
     const bool usage = problem.kind == Kind::unknownCamera || problem.kind == Kind::removedCamera ||
                        problem.kind == Kind::cameraTwice;
     return usage ? Usage : InputProblem;

@@ -15,7 +15,7 @@
 
 namespace korvalume::cli {
 
-using FolderArgument = Shoot::FolderChoice;
+using FolderArgument = shoot::FolderChoice;
 std::optional<FolderArgument> parseFolder(const std::string& text, std::string_view command,
                                           std::ostream& err);
 
@@ -27,7 +27,7 @@ std::vector<ClipFile> readCard(const std::string& folder, Io& io);
 
 // The shared shoot path with its messages and progress on the command's streams. On a
 // problem, says so and gives the exit code.
-std::variant<Shoot::Planned, ExitCode> planShoot(const std::vector<std::string>& logs,
+std::variant<shoot::Planned, ExitCode> planShoot(const std::vector<std::string>& logs,
                                                  const std::vector<FolderArgument>& folders,
                                                  std::string_view command, Io& io);
 

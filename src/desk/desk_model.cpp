@@ -2,6 +2,7 @@
 
 #include "base/atomic_file.h"
 #include "base/programming_error.h"
+#include "base/qt_text.h"
 #include "desk/camera_list_model.h"
 #include "desk/desk_rules.h"
 #include "export/premiere_xml.h"
@@ -38,21 +39,6 @@ struct DeskModel::State {
 };
 
 namespace {
-
-QString qs(const std::string& text) {
-    return QString::fromStdString(text);
-}
-
-QString qs(std::string_view text) {
-    return QString::fromUtf8(text.data(), qsizetype(text.size()));
-}
-
-QStringList toQStringList(const std::vector<std::string>& lines) {
-    QStringList list;
-    for (const auto& line : lines)
-        list.append(qs(line));
-    return list;
-}
 
 double machineNow() {
     return double(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
@@ -116,7 +102,7 @@ QString DeskModel::defaultSessionsFolder() {
 }
 
 QString DeskModel::defaultName() {
-    return qs(DeskRules::defaultName(QDate::currentDate()));
+    return qs(deskrules::defaultName(QDate::currentDate()));
 }
 
 // ---- State ----
@@ -168,7 +154,7 @@ QStringList DeskModel::readingIDs() const {
 }
 
 QStringList DeskModel::importReport() const {
-    return importReport_ ? toQStringList(*importReport_) : QStringList();
+    return importReport_ ? qs(*importReport_) : QStringList();
 }
 
 bool DeskModel::isOwner() const {
@@ -206,27 +192,27 @@ double DeskModel::now() const {
 }
 
 QString DeskModel::openPanelText() const {
-    return qs(DeskRules::openPanelText);
+    return qs(deskrules::openPanelText);
 }
 
 QString DeskModel::savePanelText() const {
-    return qs(DeskRules::savePanelText);
+    return qs(deskrules::savePanelText);
 }
 
 QString DeskModel::exportPanelText() const {
-    return qs(DeskRules::exportPanelText);
+    return qs(deskrules::exportPanelText);
 }
 
 QString DeskModel::proposedLogName() const {
-    return state_->doc ? qs(DeskRules::proposedLogName(*state_->doc)) : QString();
+    return state_->doc ? qs(deskrules::proposedLogName(*state_->doc)) : QString();
 }
 
 QString DeskModel::proposedExportName() const {
-    return state_->doc ? qs(DeskRules::proposedExportName(*state_->doc)) : QString();
+    return state_->doc ? qs(deskrules::proposedExportName(*state_->doc)) : QString();
 }
 
 QString DeskModel::folderPanelText(const QString& cameraName) const {
-    return qs(DeskRules::folderPanelText(cameraName.toStdString()));
+    return qs(deskrules::folderPanelText(cameraName.toStdString()));
 }
 
 // ---- Setters that notify ----
@@ -302,7 +288,7 @@ void DeskModel::open(const std::vector<std::string>& paths) {
             autosave();
             broadcast();
         }
-        if (!hadDoc && DeskRules::takesUpLive(*state_->doc, now()))
+        if (!hadDoc && deskrules::takesUpLive(*state_->doc, now()))
             beginLive();
     }
     replan();
@@ -326,7 +312,7 @@ void DeskModel::setFolder(const Uuid& cameraID, const std::string& folder) {
                 finishRead(cameraID, folder, watcher->result());
                 watcher->deleteLater();
             });
-    watcher->setFuture(QtConcurrent::run([folder] { return Shoot::readCard(folder); }));
+    watcher->setFuture(QtConcurrent::run([folder] { return shoot::readCard(folder); }));
 }
 
 void DeskModel::finishRead(const Uuid& cameraID, const std::string& folder,
@@ -339,7 +325,7 @@ void DeskModel::finishRead(const Uuid& cameraID, const std::string& folder,
         const auto camera = std::find_if(cameras.begin(), cameras.end(),
                                          [&](const Camera& c) { return c.id == cameraID; });
         if (camera != cameras.end()) {
-            state_->plans.insert_or_assign(cameraID, SyncMap::plan(*camera, files, *state_->doc));
+            state_->plans.insert_or_assign(cameraID, syncmap::plan(*camera, files, *state_->doc));
             cameras_->refresh();
             emit plansChanged();
         }
@@ -356,8 +342,8 @@ bool DeskModel::exportTo(const std::string& path) {
     if (!state_->doc)
         return false;
     const auto plans = cameraPlans();
-    const std::string xml = PremiereXML::exportDocument(*state_->doc, plans);
-    if (const auto problem = PremiereXML::save(path, xml)) {
+    const std::string xml = premierexml::exportDocument(*state_->doc, plans);
+    if (const auto problem = premierexml::save(path, xml)) {
         setMessage(qs(*problem));
         return false;
     }
@@ -375,11 +361,11 @@ bool DeskModel::saveLogTo(const std::string& path) {
         return false;
     const auto bytes = sessionfile::encoded(*state_->doc);
     if (!bytes) {
-        setMessage("Could not save the log: " + qs(bytes.error()));
+        setMessage("Could not save the log: " + qs(bytes.message()));
         return false;
     }
     if (const auto written = writeFileAtomically(path, *bytes); !written) {
-        setMessage("Could not save the log: " + qs(written.error()));
+        setMessage("Could not save the log: " + qs(written.message()));
         return false;
     }
     setSavedTo(QUrl::fromLocalFile(qs(path)));
@@ -405,7 +391,7 @@ void DeskModel::startLive(const std::string& name, const FrameRate& fps) {
     clear();
     const std::optional<std::string> owner =
         radios_ ? std::optional(services_.deviceID.toStdString()) : std::nullopt;
-    setDoc(SessionDoc::newSession(DeskRules::sessionName(name, QDate::currentDate()), fps, now(),
+    setDoc(SessionDoc::newSession(deskrules::sessionName(name, QDate::currentDate()), fps, now(),
                                   owner));
     setLogCount(1);
     beginLive();
@@ -436,7 +422,7 @@ void DeskModel::beginLive() {
         return;
     services_.clock->begin(state_->doc->id);
     services_.peers->start(state_->doc->id);
-    awake_ = services_.system->keepAwake(qs(DeskRules::awakeReason));
+    awake_ = services_.system->keepAwake(qs(deskrules::awakeReason));
 }
 
 void DeskModel::mark() {
@@ -447,7 +433,7 @@ void DeskModel::mark() {
     marker.id = Uuid::random();
     marker.kind = SyncEvent::Kind::marker;
     marker.at = now();
-    marker.label = DeskRules::nextMarkerLabel(doc);
+    marker.label = deskrules::nextMarkerLabel(doc);
     doc.events.push_back(std::move(marker));
     setDoc(std::move(doc));
     autosave();
@@ -514,7 +500,7 @@ void DeskModel::receive(const SessionDoc& incoming, const QString& from) {
         replan();
     }
     if (reported)
-        emit received(from, toQStringList(lines));
+        emit received(from, qs(lines));
     if (ended) {
         autosave();
         stopLive();
@@ -550,7 +536,7 @@ void DeskModel::autosave() {
         return;
     QDir().mkpath(services_.sessionsFolder);
     const QString path =
-        QDir(services_.sessionsFolder).filePath(qs(DeskRules::autosaveFileName(*state_->doc)));
+        QDir(services_.sessionsFolder).filePath(qs(deskrules::autosaveFileName(*state_->doc)));
     if (writeFileAtomically(path.toStdString(), *bytes))
         setSavedTo(QUrl::fromLocalFile(path));
 }
@@ -566,7 +552,7 @@ void DeskModel::replan() {
         std::vector<ClipFile> files;
         for (const auto& clip : plan->second.clips)
             files.push_back(clip.file);
-        CameraPlan replanned = SyncMap::plan(camera, files, *state_->doc);
+        CameraPlan replanned = syncmap::plan(camera, files, *state_->doc);
         if (replanned != plan->second) {
             plan->second = std::move(replanned);
             changed = true;

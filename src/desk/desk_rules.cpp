@@ -1,9 +1,12 @@
 #include "desk/desk_rules.h"
 
+#include "base/file_names.h"
+#include "session/file_name.h"
+
 #include <QLocale>
 #include <QString>
 
-namespace korvalume::DeskRules {
+namespace korvalume::deskrules {
 
 std::string folderPanelText(std::string_view cameraName) {
     return "Choose the folder holding " + std::string(cameraName) + "'s clips.";
@@ -35,17 +38,19 @@ std::string autosaveFileName(const SessionDoc& doc) {
         if (!QChar::isLetterOrNumber(char32_t(point)) && point != ' ' && point != '-')
             point = '-';
     }
-    return QString::fromUcs4(reinterpret_cast<const char32_t*>(points.constData()), points.size())
-               .toStdString() +
-           " " + doc.id.string().substr(0, 4) + "." + std::string(SessionDoc::fileExtension);
+    const std::string name =
+        QString::fromUcs4(reinterpret_cast<const char32_t*>(points.constData()), points.size())
+            .toStdString();
+    return safeFileName(name + " " + doc.id.string().substr(0, 4),
+                        "." + std::string(SessionDoc::fileExtension));
 }
 
 std::string proposedLogName(const SessionDoc& doc) {
-    return doc.name + "." + std::string(SessionDoc::fileExtension);
+    return proposedFileName(doc, "." + std::string(SessionDoc::fileExtension));
 }
 
 std::string proposedExportName(const SessionDoc& doc) {
-    return doc.name + " SYNC MAP.xml";
+    return proposedFileName(doc, " SYNC MAP.xml");
 }
 
-} // namespace korvalume::DeskRules
+} // namespace korvalume::deskrules

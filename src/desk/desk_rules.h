@@ -8,7 +8,7 @@
 #include <string_view>
 
 // The desk's small rules, free of any state, so that each can be checked alone.
-namespace korvalume::DeskRules {
+namespace korvalume::deskrules {
 
 // An unfinished log this young is a live session to take up again; an older one is
 // opened as finished.
@@ -45,4 +45,4 @@ std::string autosaveFileName(const SessionDoc& doc);
 std::string proposedLogName(const SessionDoc& doc);
 std::string proposedExportName(const SessionDoc& doc);
 
-} // namespace korvalume::DeskRules
+} // namespace korvalume::deskrules

@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-namespace korvalume::PremiereXML {
+namespace korvalume::premierexml {
 
 // Frame values stay below this bound so that a start plus a length, and every
 // sum the writer forms from them, cannot overflow 64 bits.
@@ -79,4 +79,4 @@ private:
     std::size_t count_ = 0;
 };
 
-} // namespace korvalume::PremiereXML
+} // namespace korvalume::premierexml

@@ -2,6 +2,7 @@
 
 #include "base/atomic_file.h"
 #include "export/lanes.h"
+#include "session/file_name.h"
 #include "time/master_time.h"
 #include "time/timecode.h"
 
@@ -13,7 +14,7 @@
 #include <cmath>
 #include <unordered_map>
 
-namespace korvalume::PremiereXML {
+namespace korvalume::premierexml {
 
 namespace {
 
@@ -399,7 +400,7 @@ struct SequenceTimecode {
 // The time of day at the origin, counted at the sequence's timecode base without
 // drop-frame. A rate no timecode can be counted at gives 00:00:00:00.
 SequenceTimecode sequenceTimecode(double origin, const FrameRate& rate, const QTimeZone& zone) {
-    const auto frame = roundedFrames(MasterTime::secondsOfDay(origin, zone) * rate.tcFps());
+    const auto frame = roundedFrames(mastertime::secondsOfDay(origin, zone) * rate.tcFps());
     if (!frame)
         return {};
     const auto timecode = Timecode::checkedFromFrameCount(*frame, rate.tcBase(), false);
@@ -566,17 +567,14 @@ std::string exportDocument(const SessionDoc& doc, std::span<const CameraPlan> pl
 }
 
 std::string fileName(const SessionDoc& doc) {
-    std::string name = doc.name + " SYNC MAP.xml";
-    std::replace(name.begin(), name.end(), '/', '-');
-    std::replace(name.begin(), name.end(), '\0', '-');
-    return name;
+    return proposedFileName(doc, " SYNC MAP.xml");
 }
 
 std::optional<std::string> save(const std::string& path, std::string_view xml) {
     const auto written = writeFileAtomically(path, xml);
     if (written)
         return std::nullopt;
-    return "Could not save the sync map: " + written.error();
+    return "Could not save the sync map: " + written.message();
 }
 
-} // namespace korvalume::PremiereXML
+} // namespace korvalume::premierexml

@@ -17,7 +17,7 @@
 // session, each camera on its own video track(s) with its sound on linked
 // audio tracks, the session's markers on the sequence. The text is built by
 // appending fixed fragments in a fixed order, so it is byte-for-byte stable.
-namespace korvalume::PremiereXML {
+namespace korvalume::premierexml {
 
 // A placed clip whose start or length does not fit in frames (an absurd value
 // from a damaged log or file); it is left out like an unplaced one.
@@ -56,4 +56,4 @@ std::string fileName(const SessionDoc& doc);
 // sync map: " followed by the reason, which names the file.
 std::optional<std::string> save(const std::string& path, std::string_view xml);
 
-} // namespace korvalume::PremiereXML
+} // namespace korvalume::premierexml

@@ -16,8 +16,8 @@ constexpr quint16 recordTypeAAAA = 28; // kDNSServiceType_AAAA
 constexpr quint16 recordClassIN = 1;   // kDNSServiceClass_IN
 
 const QByteArray& serviceType() {
-    static const QByteArray type(PeerProtocol::serviceType.data(),
-                                 static_cast<qsizetype>(PeerProtocol::serviceType.size()));
+    static const QByteArray type(peerprotocol::serviceType.data(),
+                                 static_cast<qsizetype>(peerprotocol::serviceType.size()));
     return type;
 }
 
@@ -72,8 +72,8 @@ void DnsSdDiscovery::start() {
         qputenv("AVAHI_COMPAT_NOWARN", "1");
     }
     // TXT: one length-prefixed entry "s=<tag>".
-    const QByteArray entry = QByteArray(PeerProtocol::tagKey.data(),
-                                        static_cast<qsizetype>(PeerProtocol::tagKey.size())) +
+    const QByteArray entry = QByteArray(peerprotocol::tagKey.data(),
+                                        static_cast<qsizetype>(peerprotocol::tagKey.size())) +
                              '=' + tag_;
     QByteArray txt;
     txt.append(static_cast<char>(entry.size()));
@@ -172,7 +172,7 @@ void DnsSdDiscovery::onResolve(DnsServiceOperation* operation, unsigned interfac
         return;
     }
     quint8 tagLength = 0;
-    const void* tag = TXTRecordGetValuePtr(txtLength, txt, PeerProtocol::tagKey.data(), &tagLength);
+    const void* tag = TXTRecordGetValuePtr(txtLength, txt, peerprotocol::tagKey.data(), &tagLength);
     // Only peers of this session: another tag, or none, is not ours to invite.
     if (!tag || QByteArray(static_cast<const char*>(tag), tagLength) != tag_) {
         return;

@@ -65,9 +65,9 @@ MasterClock::MasterClock(Options options, QObject* parent)
         const auto timeout = options_.sampleTimeout;
         const auto wallClock = options_.wallClock;
         options_.sampler = [this, timeout, wallClock](QObject* context, SampleDone done) {
-            Sntp::exchange(Sntp::configuredServer(settings()), {timeout, wallClock}, context,
-                           [done = std::move(done)](const Sntp::Outcome& outcome) {
-                               const auto* sample = std::get_if<Sntp::Sample>(&outcome);
+            sntp::exchange(sntp::configuredServer(settings()), {timeout, wallClock}, context,
+                           [done = std::move(done)](const sntp::Outcome& outcome) {
+                               const auto* sample = std::get_if<sntp::Sample>(&outcome);
                                done(sample ? std::optional(*sample) : std::nullopt);
                            });
         };
@@ -152,7 +152,7 @@ void MasterClock::takeSample(const std::shared_ptr<Check>& check) {
 void MasterClock::apply(const Check& check) {
     if (check.session != session_ || source_ == Source::master)
         return;
-    if (const auto best = Sntp::best(check.samples)) {
+    if (const auto best = sntp::best(check.samples)) {
         setOffset(best->offset);
         setSource(Source::server);
         save();

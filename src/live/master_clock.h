@@ -35,7 +35,7 @@ public:
     Q_ENUM(Source)
 
     // One sample from the time server: an offset and a delay, or nothing.
-    using Sample = Sntp::Sample;
+    using Sample = sntp::Sample;
     using SampleDone = std::function<void(std::optional<Sample>)>;
     // Takes one sample and calls back exactly once, on this thread.
     using Sampler = std::function<void(QObject* context, SampleDone done)>;

@@ -23,7 +23,7 @@ void FrameReader::append(const char* data, std::size_t size) {
 }
 
 std::optional<std::string> FrameReader::next() {
-    constexpr auto header = static_cast<std::size_t>(PeerProtocol::frameHeaderLength);
+    constexpr auto header = static_cast<std::size_t>(peerprotocol::frameHeaderLength);
     if (oversized() || buffered() < header) {
         return std::nullopt;
     }

@@ -31,7 +31,7 @@ public:
     QSslSocket* socket;
     QString peerName; // the peer's display name; known once the handshake begins
     bool linked = false;
-    FrameReader reader{PeerProtocol::maxFrameLength};
+    FrameReader reader{peerprotocol::maxFrameLength};
     QTimer* invitationTimer = nullptr;
     QString target; // "address:port" invited, for messages before the socket knows it
 
@@ -51,8 +51,8 @@ constexpr std::chrono::seconds reinviteDelay{2};
 constexpr std::chrono::seconds closeDeadline{5};
 
 QString cipherName() {
-    return QString::fromLatin1(PeerProtocol::cipher.data(),
-                               static_cast<qsizetype>(PeerProtocol::cipher.size()));
+    return QString::fromLatin1(peerprotocol::cipher.data(),
+                               static_cast<qsizetype>(peerprotocol::cipher.size()));
 }
 
 QSslConfiguration tlsConfiguration() {
@@ -103,7 +103,7 @@ void closeGracefully(QSslSocket* socket) {
 
 PeerLink::PeerLink(Options options, QObject* parent)
     : QObject(parent), options_(std::move(options)),
-      peerName_(PeerProtocol::peerDisplayName(options_.displayName, options_.deviceID)) {}
+      peerName_(peerprotocol::peerDisplayName(options_.displayName, options_.deviceID)) {}
 
 PeerLink::~PeerLink() {
     for (auto& connection : connections_) {
@@ -121,7 +121,7 @@ void PeerLink::start(const Uuid& sessionID) {
     }
     stop();
     sessionID_ = text;
-    key_ = PeerProtocol::preSharedKey(sessionID);
+    key_ = peerprotocol::preSharedKey(sessionID);
 
     // Qt loads its TLS backend at run time; without OpenSSL there is no link at all.
     if (!QSslSocket::supportsSsl() || QSslCipher(cipherName()).isNull()) {
@@ -154,7 +154,7 @@ void PeerLink::start(const Uuid& sessionID) {
 
     if (options_.discovery == Discovery::dnsSd) {
         discovery_ = std::make_unique<DnsSdDiscovery>(
-            peerName_, PeerProtocol::sessionTag(sessionID), server_->serverPort());
+            peerName_, peerprotocol::sessionTag(sessionID), server_->serverPort());
         connect(discovery_.get(), &DnsSdDiscovery::peerFound, this, &PeerLink::connectTo);
         connect(discovery_.get(), &DnsSdDiscovery::problem, this,
                 [this](const QString& what) { emit peerProblem({}, what); });
@@ -193,10 +193,10 @@ int PeerLink::broadcast(const SessionDoc& doc) {
         return 0;
     }
     const auto encoded = sessionfile::encoded(doc);
-    if (!encoded || encoded->size() > PeerProtocol::maxFrameLength) {
+    if (!encoded || encoded->size() > peerprotocol::maxFrameLength) {
         return 0;
     }
-    const QByteArray frame = PeerProtocol::encodeFrame(*encoded);
+    const QByteArray frame = peerprotocol::encodeFrame(*encoded);
     for (auto* peer : peers) {
         peer->socket->write(frame);
     }
@@ -222,7 +222,7 @@ quint16 PeerLink::listeningPort() const {
 void PeerLink::connectTo(const QHostAddress& address, quint16 port,
                          const QString& peerDisplayName) {
     if (sessionID_.isEmpty() || !server_ ||
-        !PeerProtocol::peerInvites(peerName_, peerDisplayName)) {
+        !peerprotocol::peerInvites(peerName_, peerDisplayName)) {
         return;
     }
     const bool known = std::any_of(connections_.begin(), connections_.end(),
@@ -315,7 +315,7 @@ void PeerLink::admit(PeerConnection* connection) {
         if (connection->reader.oversized()) {
             drop(connection, QStringLiteral("sent a frame of %1 bytes, above the limit of %2")
                                  .arg(*connection->reader.oversizedLength())
-                                 .arg(PeerProtocol::maxFrameLength));
+                                 .arg(peerprotocol::maxFrameLength));
         }
     });
     connect(connection->socket, &QSslSocket::disconnected, connection, [this, connection] {
@@ -356,7 +356,7 @@ void PeerLink::deliver(std::string_view log, const QString& peerName) {
     if (!doc || !onReceive_) {
         return;
     }
-    onReceive_(*doc, PeerProtocol::connectedName(peerName));
+    onReceive_(*doc, peerprotocol::connectedName(peerName));
 }
 
 bool PeerLink::isSending() const {
@@ -375,8 +375,8 @@ void PeerLink::sendCurrent(PeerConnection* connection) {
         return;
     }
     const auto encoded = sessionfile::encoded(*doc);
-    if (encoded && encoded->size() <= PeerProtocol::maxFrameLength) {
-        connection->socket->write(PeerProtocol::encodeFrame(*encoded));
+    if (encoded && encoded->size() <= peerprotocol::maxFrameLength) {
+        connection->socket->write(peerprotocol::encodeFrame(*encoded));
     }
 }
 
@@ -384,7 +384,7 @@ void PeerLink::updateConnected() {
     QStringList names;
     for (const auto& connection : connections_) {
         if (connection->linked) {
-            names.append(PeerProtocol::connectedName(connection->peerName));
+            names.append(peerprotocol::connectedName(connection->peerName));
         }
     }
     names.sort();

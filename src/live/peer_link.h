@@ -79,7 +79,7 @@ public:
 
     // A peer of this session was found at an address (discovery calls this; without
     // discovery the caller does). Only the side whose peer name sorts first connects
-    // (PeerProtocol::peerInvites); an already connected or pending peer is left alone, and a
+    // (peerprotocol::peerInvites); an already connected or pending peer is left alone, and a
     // stopped link ignores it.
     void connectTo(const QHostAddress& address, quint16 port, const QString& peerDisplayName);
 

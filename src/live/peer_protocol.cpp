@@ -6,7 +6,7 @@
 
 #include <vector>
 
-namespace korvalume::PeerProtocol {
+namespace korvalume::peerprotocol {
 namespace {
 
 // Positions after each whole character (grapheme cluster), so that a cut never splits
@@ -78,4 +78,4 @@ QByteArray encodeFrame(std::string_view payload) {
     return frame;
 }
 
-} // namespace korvalume::PeerProtocol
+} // namespace korvalume::peerprotocol

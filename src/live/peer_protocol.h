@@ -10,7 +10,7 @@
 
 // The fixed parts of the peer-link protocol (docs/peer-link.md): names, the session tag
 // that discovery publishes, the pre-shared key and the frame header.
-namespace korvalume::PeerProtocol {
+namespace korvalume::peerprotocol {
 
 inline constexpr std::string_view serviceType = "_korvalume._tcp";
 inline constexpr std::string_view tagKey = "s"; // TXT key holding the session tag
@@ -39,4 +39,4 @@ QByteArray preSharedKey(const Uuid& sessionID);
 // payloads within maxFrameLength.
 QByteArray encodeFrame(std::string_view payload);
 
-} // namespace korvalume::PeerProtocol
+} // namespace korvalume::peerprotocol

@@ -8,7 +8,7 @@
 #include <chrono>
 #include <memory>
 
-namespace korvalume::Sntp {
+namespace korvalume::sntp {
 
 namespace {
 
@@ -175,4 +175,4 @@ void exchange(const Server& server, const ExchangeOptions& options, QObject* con
     run->socket.connectToHost(server.host, server.port);
 }
 
-} // namespace korvalume::Sntp
+} // namespace korvalume::sntp

@@ -17,7 +17,7 @@ class QSettings;
 
 // One SNTP exchange with a time server: what is sent, how the answer is read, and the
 // exchange itself over UDP.
-namespace korvalume::Sntp {
+namespace korvalume::sntp {
 
 inline constexpr std::size_t packetSize = 48;
 inline constexpr std::uint16_t defaultPort = 123;
@@ -71,4 +71,4 @@ struct ExchangeOptions {
 void exchange(const Server& server, const ExchangeOptions& options, QObject* context,
               std::function<void(const Outcome&)> done);
 
-} // namespace korvalume::Sntp
+} // namespace korvalume::sntp

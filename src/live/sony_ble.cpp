@@ -1,6 +1,6 @@
 #include "live/sony_ble.h"
 
-namespace korvalume::SonyBLE {
+namespace korvalume::sonyble {
 
 bool isCamera(std::span<const unsigned char> data) {
     return data.size() >= 4 && data[0] == 0x2D && data[1] == 0x01 && data[2] == 0x03 &&
@@ -20,4 +20,4 @@ std::optional<bool> recordState(std::span<const unsigned char> data) {
     }
 }
 
-} // namespace korvalume::SonyBLE
+} // namespace korvalume::sonyble

@@ -6,7 +6,7 @@
 
 // What it takes to recognise a Sony camera over Bluetooth LE and read whether it is
 // recording. No connection logic: scanning and subscribing belong to the phone side.
-namespace korvalume::SonyBLE {
+namespace korvalume::sonyble {
 
 inline constexpr std::string_view remoteService = "8000FF00-FF00-FFFF-FFFF-FFFFFFFFFFFF";
 inline constexpr std::string_view commandCharacteristic = "FF01";
@@ -20,4 +20,4 @@ bool isCamera(std::span<const unsigned char> manufacturerData);
 // nothing when the notification is not a recording-state report.
 std::optional<bool> recordState(std::span<const unsigned char> notification);
 
-} // namespace korvalume::SonyBLE
+} // namespace korvalume::sonyble

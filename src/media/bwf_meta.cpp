@@ -5,7 +5,7 @@
 #include <limits>
 #include <string_view>
 
-namespace korvalume::BWFMeta {
+namespace korvalume::bwfmeta {
 
 std::uint32_t le32(std::span<const std::byte> bytes, std::size_t index) {
     std::uint32_t value = 0;
@@ -129,4 +129,4 @@ std::optional<ClipFile> read(const std::string& path) {
     return read(source, path, created);
 }
 
-} // namespace korvalume::BWFMeta
+} // namespace korvalume::bwfmeta

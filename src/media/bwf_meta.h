@@ -11,7 +11,7 @@
 
 // WAV, BWF, RF64 and BW64 files: a walk over chunk headers that reads only the
 // format, ds64 and bext fields it needs and seeks past everything else.
-namespace korvalume::BWFMeta {
+namespace korvalume::bwfmeta {
 
 // What the chunk walk found, before it becomes a ClipFile.
 struct WaveInfo {
@@ -44,4 +44,4 @@ std::optional<ClipFile> read(ByteSource& source, const std::string& path,
 // Little-endian 32-bit value of four payload bytes at `index`.
 std::uint32_t le32(std::span<const std::byte> bytes, std::size_t index);
 
-} // namespace korvalume::BWFMeta
+} // namespace korvalume::bwfmeta

@@ -17,7 +17,7 @@ struct FileSource::Impl {
 
 FileSource::FileSource(const std::string& path) : impl_(std::make_unique<Impl>()) {
     // Unbuffered: Qt's read-ahead would pull in media data the readers skip.
-    if (!FilePath::openForReading(impl_->file, path, QIODevice::Unbuffered))
+    if (!filepath::openForReading(impl_->file, path, QIODevice::Unbuffered))
         impl_.reset();
 }
 

@@ -25,7 +25,7 @@ void to_json(nlohmann::json& out, const ClipFile& clip) {
     if (clip.startTC)
         out["startTC"] = clip.startTC->string();
     if (clip.created)
-        out["created"] = DateText::isoUtc(*clip.created);
+        out["created"] = datetext::isoUtc(*clip.created);
     if (clip.startTCSeconds)
         out["startTCSeconds"] = *clip.startTCSeconds;
 }

@@ -6,7 +6,7 @@
 
 #include <cmath>
 
-namespace korvalume::DateText {
+namespace korvalume::datetext {
 
 namespace {
 
@@ -60,4 +60,4 @@ std::string isoUtc(double secondsSinceEpoch) {
     return moment.toString(format).toStdString();
 }
 
-} // namespace korvalume::DateText
+} // namespace korvalume::datetext

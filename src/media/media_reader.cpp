@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <filesystem>
 
-namespace korvalume::MediaReader {
+namespace korvalume::mediareader {
 
 namespace {
 
@@ -21,7 +21,7 @@ constexpr qint64 maxSidecarBytes = 4 * 1024 * 1024;
 
 // What follows the last dot of the name, in lower case; media extensions are ASCII.
 std::string lowerExtension(const std::filesystem::path& path) {
-    std::string extension = FilePath::fromNative(path.extension());
+    std::string extension = filepath::fromNative(path.extension());
     if (!extension.empty())
         extension.erase(0, 1);
     std::transform(extension.begin(), extension.end(), extension.begin(),
@@ -31,7 +31,7 @@ std::string lowerExtension(const std::filesystem::path& path) {
 
 std::optional<std::string> loadSidecar(const std::string& path) {
     QFile file;
-    if (!FilePath::openForReading(file, path) || file.size() > maxSidecarBytes)
+    if (!filepath::openForReading(file, path) || file.size() > maxSidecarBytes)
         return std::nullopt;
     const QByteArray bytes = file.read(maxSidecarBytes + 1);
     if (bytes.size() > maxSidecarBytes)
@@ -41,9 +41,9 @@ std::optional<std::string> loadSidecar(const std::string& path) {
 
 std::optional<ClipFile> readVideo(const std::string& path) {
     // A sidecar that works replaces the movie reading; the two are never merged.
-    if (const auto sidecarPath = SonyClipMeta::sidecar(path)) {
+    if (const auto sidecarPath = sonyclipmeta::sidecar(path)) {
         if (const auto xml = loadSidecar(*sidecarPath)) {
-            if (auto clip = SonyClipMeta::read(path, *xml))
+            if (auto clip = sonyclipmeta::read(path, *xml))
                 return clip;
         }
     }
@@ -54,7 +54,7 @@ std::vector<std::string> mediaPaths(const std::string& folder) {
     namespace fs = std::filesystem;
     std::vector<std::string> paths;
     std::error_code error;
-    fs::path root = fs::absolute(FilePath::toNative(folder), error).lexically_normal();
+    fs::path root = fs::absolute(filepath::toNative(folder), error).lexically_normal();
     if (error)
         return paths;
     if (!root.has_filename() && root.has_relative_path())
@@ -66,13 +66,13 @@ std::vector<std::string> mediaPaths(const std::string& folder) {
                                            error);
     for (; !error && items != fs::recursive_directory_iterator(); items.increment(error)) {
         const fs::path& path = items->path();
-        if (FilePath::fromNative(path.filename()).starts_with('.')) {
+        if (filepath::fromNative(path.filename()).starts_with('.')) {
             items.disable_recursion_pending();
             continue;
         }
         const std::string extension = lowerExtension(path);
         if (isVideoExtension(extension) || isAudioExtension(extension))
-            paths.push_back(FilePath::fromNative(path));
+            paths.push_back(filepath::fromNative(path));
     }
     std::stable_sort(paths.begin(), paths.end());
     return paths;
@@ -87,8 +87,8 @@ std::vector<ClipFile> clips(const std::string& folder, const ScanOptions& option
     if (options.progress)
         options.progress(progress);
     for (const std::string& path : paths) {
-        const bool audio = isAudioExtension(lowerExtension(FilePath::toNative(path)));
-        if (auto clip = audio ? BWFMeta::read(path) : readVideo(path))
+        const bool audio = isAudioExtension(lowerExtension(filepath::toNative(path)));
+        if (auto clip = audio ? bwfmeta::read(path) : readVideo(path))
             found.push_back(std::move(*clip));
         ++progress.filesDone;
         if (options.progress)
@@ -98,7 +98,7 @@ std::vector<ClipFile> clips(const std::string& folder, const ScanOptions& option
 }
 
 std::optional<ClipFile> read(const std::string& path) {
-    return MovieMeta::read(path);
+    return moviemeta::read(path);
 }
 
 std::optional<std::string> folderProblem(const std::string& folder) {
@@ -112,4 +112,4 @@ std::optional<std::string> folderProblem(const std::string& folder) {
     return std::nullopt;
 }
 
-} // namespace korvalume::MediaReader
+} // namespace korvalume::mediareader

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace korvalume::MediaReader {
+namespace korvalume::mediareader {
 
 struct ScanProgress {
     std::size_t filesDone = 0;
@@ -32,4 +32,4 @@ std::optional<ClipFile> read(const std::string& path);
 // be read"), or nullopt when it can; `clips` does not tell these from an empty folder.
 std::optional<std::string> folderProblem(const std::string& folder);
 
-} // namespace korvalume::MediaReader
+} // namespace korvalume::mediareader

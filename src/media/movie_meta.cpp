@@ -15,7 +15,7 @@ extern "C" {
 #include <memory>
 #include <mutex>
 
-namespace korvalume::MovieMeta {
+namespace korvalume::moviemeta {
 
 namespace {
 
@@ -231,7 +231,7 @@ std::optional<double> creationDate(const AVFormatContext& format) {
     // An MXF file carries its recording date as its identification's modification date.
     for (const char* key : {"creation_time", "modification_date"}) {
         if (const AVDictionaryEntry* entry = av_dict_get(format.metadata, key, nullptr, 0)) {
-            if (const auto date = DateText::containerDate(entry->value))
+            if (const auto date = datetext::containerDate(entry->value))
                 return date;
         }
     }
@@ -411,4 +411,4 @@ std::optional<ClipFile> read(const std::string& path) {
     return read(source, path);
 }
 
-} // namespace korvalume::MovieMeta
+} // namespace korvalume::moviemeta

@@ -10,7 +10,7 @@
 
 // Movie files (QuickTime, MP4, MXF) read from their container headers through
 // libavformat: no stream-info analysis, no decoding, one timecode sample read.
-namespace korvalume::MovieMeta {
+namespace korvalume::moviemeta {
 
 // Reads one movie; nullopt when it cannot be opened, has no positive duration
 // or has no video stream.
@@ -31,4 +31,4 @@ std::optional<Timecode> timecodeFromFrameNumber(std::uint32_t frameNumber, std::
 // number (MXF): labels counted above 30 a second are halved likewise.
 std::optional<Timecode> timecodeFromText(std::string_view text, const FrameRate& rate);
 
-} // namespace korvalume::MovieMeta
+} // namespace korvalume::moviemeta

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <filesystem>
 
-namespace korvalume::SonyClipMeta {
+namespace korvalume::sonyclipmeta {
 
 namespace {
 
@@ -48,7 +48,7 @@ void collect(Fields& fields, QStringView element, const QXmlStreamAttributes& at
             fields.firstLTC = attribute(attributes, "value").toString().toStdString();
     } else if (element == u"CreationDate") {
         fields.created =
-            DateText::internetDateTime(attribute(attributes, "value").toString().toStdString());
+            datetext::internetDateTime(attribute(attributes, "value").toString().toStdString());
     } else if (element == u"VideoFrame") {
         fields.captureFps = attribute(attributes, "captureFps").toString().toStdString();
         fields.formatFps = attribute(attributes, "formatFps").toString().toStdString();
@@ -69,14 +69,14 @@ constexpr std::string_view unsetSerial = "4294967295";
 } // namespace
 
 std::optional<std::string> sidecar(const std::string& clipPath) {
-    const std::filesystem::path clip = FilePath::toNative(clipPath);
+    const std::filesystem::path clip = filepath::toNative(clipPath);
     for (const char* suffix : {"M01.XML", "M01.xml"}) {
         std::filesystem::path name = clip.stem();
         name += suffix;
         const std::filesystem::path candidate = clip.parent_path() / name;
         std::error_code error;
         if (std::filesystem::is_regular_file(candidate, error))
-            return FilePath::fromNative(candidate);
+            return filepath::fromNative(candidate);
     }
     return std::nullopt;
 }
@@ -146,4 +146,4 @@ std::optional<Timecode> timecode(std::string_view ltc) {
                     (frames & 0x40) != 0};
 }
 
-} // namespace korvalume::SonyClipMeta
+} // namespace korvalume::sonyclipmeta

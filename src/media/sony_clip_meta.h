@@ -8,7 +8,7 @@
 #include <string_view>
 
 // Sony cameras' per-clip XML sidecars (C0001M01.XML beside C0001.MP4).
-namespace korvalume::SonyClipMeta {
+namespace korvalume::sonyclipmeta {
 
 // The values collected from the sidecar's elements, before they become a record.
 struct Fields {
@@ -44,4 +44,4 @@ std::optional<ClipFile> read(const std::string& clipPath, std::string_view xml);
 // the text, hours last; bit 30 flags drop-frame.
 std::optional<Timecode> timecode(std::string_view ltc);
 
-} // namespace korvalume::SonyClipMeta
+} // namespace korvalume::sonyclipmeta

@@ -20,7 +20,7 @@ namespace {
 constexpr int replyTimeoutMs = 2000;
 
 QString appName() {
-    return QString::fromUtf8(AppBrand::name.data(), AppBrand::name.size());
+    return QString::fromUtf8(appbrand::name.data(), appbrand::name.size());
 }
 
 QDBusMessage call(const QString& service, const QString& path, const QString& interface,

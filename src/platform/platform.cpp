@@ -5,7 +5,7 @@
 #include <QSettings>
 #include <QUuid>
 
-namespace korvalume::Platform {
+namespace korvalume::platform {
 
 namespace {
 constexpr auto deviceIDKey = "deviceID";
@@ -62,4 +62,4 @@ QImage qrCode(const QString& text) {
     return image;
 }
 
-} // namespace korvalume::Platform
+} // namespace korvalume::platform

@@ -6,7 +6,7 @@
 // What the desk takes from the machine it runs on that is kept in the user's settings:
 // its identity and the operator's name, plus the join code's image. Settings are the
 // application's default QSettings, so separate settings folders are separate devices.
-namespace korvalume::Platform {
+namespace korvalume::platform {
 
 // This machine's stable identity: stored under "deviceID"; a fresh upper-case UUID
 // is stored on first use.
@@ -26,4 +26,4 @@ QString displayNameFor(const QString& operatorName);
 inline constexpr int qrModulePixels = 12;
 QImage qrCode(const QString& text);
 
-} // namespace korvalume::Platform
+} // namespace korvalume::platform

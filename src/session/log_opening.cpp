@@ -27,16 +27,16 @@ bool hasLogExtension(const std::string& path) {
 Result<SessionDoc> readLog(const std::string& path) {
     QFile file(QString::fromStdString(path));
     if (QFileInfo(file).isDir())
-        return Result<SessionDoc>::failure("it is a folder");
+        return Result<SessionDoc>::failure(ErrorKind::unreadable, "it is a folder");
     if (!file.open(QIODevice::ReadOnly))
-        return Result<SessionDoc>::failure(file.errorString().toStdString());
+        return Result<SessionDoc>::failure(ErrorKind::io, file.errorString().toStdString());
     if (file.size() > largestLog)
-        return Result<SessionDoc>::failure("it is larger than 256 MB");
+        return Result<SessionDoc>::failure(ErrorKind::unreadable, "it is larger than 256 MB");
     const QByteArray bytes = file.read(largestLog + 1);
     if (file.error() != QFileDevice::NoError)
-        return Result<SessionDoc>::failure(file.errorString().toStdString());
+        return Result<SessionDoc>::failure(ErrorKind::io, file.errorString().toStdString());
     if (bytes.size() > largestLog)
-        return Result<SessionDoc>::failure("it is larger than 256 MB");
+        return Result<SessionDoc>::failure(ErrorKind::unreadable, "it is larger than 256 MB");
     return sessionfile::decode(std::string_view(bytes.constData(), std::size_t(bytes.size())));
 }
 
@@ -46,7 +46,7 @@ LogStep openLog(OpenedLogs& state, const std::string& path, Combining combining)
     const std::string fileName = lastPathComponent(path);
     auto read = readLog(path);
     if (!read) {
-        state.messages.push_back({fileName + " is not a Korvalume session log.", read.error()});
+        state.messages.push_back({fileName + " is not a Korvalume session log.", read.message()});
         return LogStep::unreadable;
     }
     SessionDoc& incoming = *read;

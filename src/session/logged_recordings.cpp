@@ -13,7 +13,7 @@ namespace {
 // clock form refuses; any huge value reads the same.
 std::string runningTime(double duration) {
     const bool endless = std::isinf(duration) && duration > 0;
-    return MasterTime::clock(endless ? std::numeric_limits<double>::max() : duration);
+    return mastertime::clock(endless ? std::numeric_limits<double>::max() : duration);
 }
 
 bool concerns(const SyncEvent& event, const Uuid& cameraID) {

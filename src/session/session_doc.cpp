@@ -46,7 +46,7 @@ std::vector<SyncEvent> SessionDoc::markers() const {
 }
 
 QTimeZone SessionDoc::timeZone() const {
-    return MasterTime::zoneFromOffset(zone);
+    return mastertime::zoneFromOffset(zone);
 }
 
 std::string SessionDoc::nextCameraName(Camera::Kind kind) const {

@@ -391,7 +391,7 @@ Result<std::string> encoded(const SessionDoc& doc) {
         }
         out += '}';
     } catch (const JsonTextError& error) {
-        return Result<std::string>::failure(error.what());
+        return Result<std::string>::failure(ErrorKind::invalid, error.what());
     }
     return out;
 }
@@ -401,11 +401,11 @@ Result<SessionDoc> decode(std::string_view data) {
         Reader reader(data, maxDepth);
         return readDoc(reader);
     } catch (const JsonTextError& error) {
-        return Result<SessionDoc>::failure(error.what());
+        return Result<SessionDoc>::failure(ErrorKind::unreadable, error.what());
     } catch (const std::bad_alloc&) {
-        return Result<SessionDoc>::failure("not enough memory to read the log");
+        return Result<SessionDoc>::failure(ErrorKind::unreadable, "not enough memory to read the log");
     } catch (const std::length_error&) {
-        return Result<SessionDoc>::failure("not enough memory to read the log");
+        return Result<SessionDoc>::failure(ErrorKind::unreadable, "not enough memory to read the log");
     }
 }
 

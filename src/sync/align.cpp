@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
-namespace korvalume::SyncMap {
+namespace korvalume::syncmap {
 
 namespace {
 
@@ -93,4 +93,4 @@ std::vector<Match> align(std::span<const double> files, std::span<const double> 
     return result;
 }
 
-} // namespace korvalume::SyncMap
+} // namespace korvalume::syncmap

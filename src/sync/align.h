@@ -5,7 +5,7 @@
 #include <vector>
 
 // Matching a camera's card files to its logged recordings by duration.
-namespace korvalume::SyncMap {
+namespace korvalume::syncmap {
 
 // A file matched to a logged recording.
 struct Match {
@@ -27,4 +27,4 @@ bool durationsFit(double file, double logged);
 // result. O(files x logged) time, and one 2-bit decision per table cell.
 std::vector<Match> align(std::span<const double> files, std::span<const double> logged);
 
-} // namespace korvalume::SyncMap
+} // namespace korvalume::syncmap

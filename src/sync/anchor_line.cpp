@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace korvalume::SyncMap {
+namespace korvalume::syncmap {
 
 namespace {
 
@@ -144,4 +144,4 @@ double AnchorLine::place(double t, bool consistent, std::optional<double> create
                     day.value_or(double(rate_.tcBase()) * 86400 / rate_.tcFps()));
 }
 
-} // namespace korvalume::SyncMap
+} // namespace korvalume::syncmap

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-namespace korvalume::SyncMap {
+namespace korvalume::syncmap {
 
 // Anchors made ready for placing many clips at one rate: positions and offsets
 // are computed once and kept sorted, so each placement is a binary search.
@@ -48,4 +48,4 @@ private:
     double largestOffset_ = 0;
 };
 
-} // namespace korvalume::SyncMap
+} // namespace korvalume::syncmap

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace korvalume::Shoot {
+namespace korvalume::shoot {
 
 namespace {
 
@@ -18,11 +18,11 @@ std::string cameraList(const SessionDoc& doc) {
 
 } // namespace
 
-std::variant<std::vector<SyncMap::CameraCard>, Problem>
+std::variant<std::vector<syncmap::CameraCard>, Problem>
 resolveCards(const SessionDoc& doc, const std::vector<FolderChoice>& choices) {
-    std::vector<SyncMap::CameraCard> cards;
+    std::vector<syncmap::CameraCard> cards;
     for (const auto& choice : choices) {
-        const auto camera = SyncMap::findCamera(doc, choice.camera);
+        const auto camera = syncmap::findCamera(doc, choice.camera);
         if (!camera)
             return Problem{Problem::Kind::unknownCamera, "session '" + doc.name +
                                                              "' has no camera '" + choice.camera +
@@ -40,24 +40,24 @@ resolveCards(const SessionDoc& doc, const std::vector<FolderChoice>& choices) {
         cards.push_back({camera->id, choice.folder, {}});
     }
     for (const auto& card : cards) {
-        if (const auto problem = MediaReader::folderProblem(card.folder))
+        if (const auto problem = mediareader::folderProblem(card.folder))
             return Problem{Problem::Kind::unreadableFolder, card.folder + ": " + *problem};
     }
     return cards;
 }
 
 std::vector<ClipFile> readCard(const std::string& folder, const Options& options) {
-    MediaReader::ScanOptions scan;
+    mediareader::ScanOptions scan;
     if (options.progress) {
-        scan.progress = [&options, &folder](const MediaReader::ScanProgress& progress) {
+        scan.progress = [&options, &folder](const mediareader::ScanProgress& progress) {
             options.progress(folder, progress);
         };
     }
-    return MediaReader::clips(folder, scan);
+    return mediareader::clips(folder, scan);
 }
 
-Planned plan(const SessionDoc& doc, std::span<const SyncMap::CameraCard> cards) {
-    Planned planned{doc, SyncMap::planCameras(doc, cards), {}};
+Planned plan(const SessionDoc& doc, std::span<const syncmap::CameraCard> cards) {
+    Planned planned{doc, syncmap::planCameras(doc, cards), {}};
     for (const auto& cameraPlan : planned.plans) {
         const auto card = std::find_if(cards.begin(), cards.end(), [&](const auto& c) {
             return c.cameraID == cameraPlan.camera.id;
@@ -78,10 +78,10 @@ std::variant<Planned, Problem> run(const std::vector<std::string>& logs,
     auto resolved = resolveCards(*opened.doc, choices);
     if (auto* problem = std::get_if<Problem>(&resolved))
         return std::move(*problem);
-    auto& cards = std::get<std::vector<SyncMap::CameraCard>>(resolved);
+    auto& cards = std::get<std::vector<syncmap::CameraCard>>(resolved);
     for (auto& card : cards)
         card.files = readCard(card.folder, options);
     return plan(*opened.doc, cards);
 }
 
-} // namespace korvalume::Shoot
+} // namespace korvalume::shoot

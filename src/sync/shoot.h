@@ -13,7 +13,7 @@
 
 // The after-the-shoot path in one place, shared by the command line and the desk: open
 // the logs, match each card folder to its camera, read the cards, plan every camera.
-namespace korvalume::Shoot {
+namespace korvalume::shoot {
 
 // A card folder as the user names it: the camera by name (any case) or by id.
 struct FolderChoice {
@@ -44,23 +44,23 @@ struct Options {
     // The logs' messages, as soon as the logs are opened and before any card is read.
     std::function<void(const OpenedLogs&)> logsOpened;
     // Progress of reading one folder, on the thread that reads it.
-    std::function<void(const std::string& folder, const MediaReader::ScanProgress&)> progress;
+    std::function<void(const std::string& folder, const mediareader::ScanProgress&)> progress;
 };
 
 // The cards named by `choices`, each folder checked before any is read so that a typo
 // fails at once; files are not read yet.
-std::variant<std::vector<SyncMap::CameraCard>, Problem>
+std::variant<std::vector<syncmap::CameraCard>, Problem>
 resolveCards(const SessionDoc& doc, const std::vector<FolderChoice>& choices);
 
 // Reads one card folder.
 std::vector<ClipFile> readCard(const std::string& folder, const Options& options = {});
 
 // Every camera that has a card, planned against the log.
-Planned plan(const SessionDoc& doc, std::span<const SyncMap::CameraCard> cards);
+Planned plan(const SessionDoc& doc, std::span<const syncmap::CameraCard> cards);
 
 // The whole path.
 std::variant<Planned, Problem> run(const std::vector<std::string>& logs,
                                    const std::vector<FolderChoice>& choices,
                                    const Options& options = {});
 
-} // namespace korvalume::Shoot
+} // namespace korvalume::shoot

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace korvalume::SyncMap {
+namespace korvalume::syncmap {
 
 std::optional<Camera> findCamera(const SessionDoc& doc, std::string_view nameOrID) {
     if (const auto id = Uuid::parse(nameOrID)) {
@@ -51,4 +51,4 @@ std::vector<CameraPlan> planCameras(const SessionDoc& doc, std::span<const Camer
     return plans;
 }
 
-} // namespace korvalume::SyncMap
+} // namespace korvalume::syncmap

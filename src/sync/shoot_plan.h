@@ -12,7 +12,7 @@
 #include <vector>
 
 // Planning a whole shoot: the cameras the user named, each with its card.
-namespace korvalume::SyncMap {
+namespace korvalume::syncmap {
 
 // The camera a user means by `nameOrID`: the one with that id, else the first whose
 // name matches without regard to case, active cameras before removed ones.
@@ -30,4 +30,4 @@ struct CameraCard {
 // with several cards is planned once over all of their files.
 std::vector<CameraPlan> planCameras(const SessionDoc& doc, std::span<const CameraCard> cards);
 
-} // namespace korvalume::SyncMap
+} // namespace korvalume::syncmap

@@ -9,7 +9,7 @@
 #include <string>
 #include <unordered_map>
 
-namespace korvalume::SyncMap {
+namespace korvalume::syncmap {
 
 namespace {
 
@@ -351,4 +351,4 @@ CameraPlan plan(const Camera& camera, std::span<const ClipFile> files, const Ses
     return result;
 }
 
-} // namespace korvalume::SyncMap
+} // namespace korvalume::syncmap

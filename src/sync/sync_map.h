@@ -15,7 +15,7 @@
 // How a camera's timecode relates to the master clock, and where each of its
 // files lands. Pure functions: nothing here fails or throws; every doubt ends
 // up as a method, a note or a warning of the plan.
-namespace korvalume::SyncMap {
+namespace korvalume::syncmap {
 
 // One observed pairing of a master-clock instant with the camera's timecode.
 struct Anchor {
@@ -60,4 +60,4 @@ double timecodeDay(const ClipFile& file, const FrameRate& rate);
 // Places every file of one camera's card folders.
 CameraPlan plan(const Camera& camera, std::span<const ClipFile> files, const SessionDoc& doc);
 
-} // namespace korvalume::SyncMap
+} // namespace korvalume::syncmap

@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace korvalume::MasterTime {
+namespace korvalume::mastertime {
 
 namespace {
 
@@ -73,4 +73,4 @@ QTimeZone zoneFromOffset(std::optional<std::int64_t> secondsEast) {
     return QTimeZone::systemTimeZone();
 }
 
-} // namespace korvalume::MasterTime
+} // namespace korvalume::mastertime

@@ -10,7 +10,7 @@
 
 // Conversions between master-clock instants (double seconds since
 // 1970-01-01 00:00 UTC) and the local wall-clock day of a zone.
-namespace korvalume::MasterTime {
+namespace korvalume::mastertime {
 
 // Seconds since local midnight, in [0, 86400); daylight saving is that of t itself.
 double secondsOfDay(double t, const QTimeZone& zone = QTimeZone::systemTimeZone());
@@ -31,4 +31,4 @@ std::string clock(double duration);
 // else the machine's zone.
 QTimeZone zoneFromOffset(std::optional<std::int64_t> secondsEast);
 
-} // namespace korvalume::MasterTime
+} // namespace korvalume::mastertime

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace korvalume::TimecodeReading {
+namespace korvalume::timecodereading {
 
 namespace {
 
@@ -137,4 +137,4 @@ double progress(std::span<const Sample> samples, const FrameRate& rate) {
     return std::min(countPart + coveragePart, 1.0);
 }
 
-} // namespace korvalume::TimecodeReading
+} // namespace korvalume::timecodereading

@@ -10,7 +10,7 @@
 
 // Turns repeated, noisy readings of a camera's timecode display into one
 // pairing of a master-clock instant with a timecode.
-namespace korvalume::TimecodeReading {
+namespace korvalume::timecodereading {
 
 struct Sample {
     double at = 0;     // master-clock time of the reading
@@ -40,4 +40,4 @@ std::optional<Lock> lock(std::span<const Sample> samples, const FrameRate& rate)
 // 0...1: how close the series is to a lock, for a progress bar.
 double progress(std::span<const Sample> samples, const FrameRate& rate);
 
-} // namespace korvalume::TimecodeReading
+} // namespace korvalume::timecodereading

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 using namespace korvalume;
-using namespace korvalume::ViewRules;
+using namespace korvalume::viewrules;
 
 namespace {
 

@@ -19,9 +19,9 @@ TEST(AtomicFile, ReplacesTheFileWholeAndNamesItOnFailure) {
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"saved.korvalume"});
 
     const std::string nowhere = path("no-such-folder/saved.korvalume");
-    EXPECT_EQ(writeFileAtomically(nowhere, "x").error().rfind(nowhere + ": ", 0), 0u);
+    EXPECT_EQ(writeFileAtomically(nowhere, "x").message().rfind(nowhere + ": ", 0), 0u);
     QDir(dir.path()).mkdir("taken.korvalume");
-    EXPECT_EQ(writeFileAtomically(path("taken.korvalume"), "x").error(),
+    EXPECT_EQ(writeFileAtomically(path("taken.korvalume"), "x").message(),
               path("taken.korvalume") + ": is a folder");
 }
 

@@ -20,7 +20,7 @@ struct LogCommand : ::testing::Test {
 
     void SetUp() override {
         auto other = sessionfile::decode(testing_cli::readText(mia));
-        ASSERT_TRUE(other) << other.error();
+        ASSERT_TRUE(other) << other.message();
         other->id = Uuid::random();
         fixtures::writeFile(stranger, *sessionfile::encoded(*other));
         fixtures::writeFile(broken, "{\"cameras\": [");

@@ -40,7 +40,7 @@ TEST(DeskCrash, AKilledDeskLeavesAWholeSavedLog) {
         QFile file(sessions + "/" + saved.front());
         ASSERT_TRUE(file.open(QIODevice::ReadOnly));
         const auto doc = sessionfile::decode(file.readAll().toStdString());
-        ASSERT_TRUE(doc.ok()) << "round " << round << ": " << doc.error();
+        ASSERT_TRUE(doc.ok()) << "round " << round << ": " << doc.message();
         const int markers = int(doc->markers().size());
         // Before the first log came in, the desk holds what the join link gave it.
         const SessionDoc expected = markers == 0

@@ -187,7 +187,7 @@ int main(int argc, char** argv) {
     browse.start("avahi-browse", {"-rpt", "_korvalume._tcp"});
     browse.waitForFinished(20'000);
     const QString listing = QString::fromUtf8(browse.readAllStandardOutput());
-    const QString tagRecord = QStringLiteral("\"s=%1\"").arg(PeerProtocol::sessionTag(link->id));
+    const QString tagRecord = QStringLiteral("\"s=%1\"").arg(peerprotocol::sessionTag(link->id));
     check(!listing.split('\n').filter(QRegularExpression("^=")).filter(tagRecord).isEmpty(),
           "no desk is resolved with TXT " + tagRecord + ":\n" + listing);
     const QString idText = QString::fromStdString(link->id.string());

@@ -243,12 +243,12 @@ TEST(DeskModel, ReceivedLogsAreCombinedAndPassedOnOnlyWhenTheyAddSomething) {
 TEST(DeskRules, NamesAndLabels) {
     SessionDoc doc = session("A/B:C");
     doc.id = *Uuid::parse("0C1D0000-0000-4000-8000-000000000000");
-    EXPECT_EQ(DeskRules::autosaveFileName(doc), "A-B-C 0C1D.korvalume");
+    EXPECT_EQ(deskrules::autosaveFileName(doc), "A-B-C 0C1D.korvalume");
     doc.name = "SHOOT 15/NOV \U0001F3AC é-1";
-    EXPECT_EQ(DeskRules::autosaveFileName(doc), "SHOOT 15-NOV - é-1 0C1D.korvalume");
-    EXPECT_EQ(DeskRules::defaultName(QDate(2026, 11, 15)), "SHOOT 15 NOV");
-    EXPECT_EQ(DeskRules::sessionName("  ", QDate(2026, 1, 2)), "SHOOT 2 JAN");
-    EXPECT_EQ(DeskRules::sessionName(" day two ", QDate(2026, 1, 2)), "DAY TWO");
+    EXPECT_EQ(deskrules::autosaveFileName(doc), "SHOOT 15-NOV - é-1 0C1D.korvalume");
+    EXPECT_EQ(deskrules::defaultName(QDate(2026, 11, 15)), "SHOOT 15 NOV");
+    EXPECT_EQ(deskrules::sessionName("  ", QDate(2026, 1, 2)), "SHOOT 2 JAN");
+    EXPECT_EQ(deskrules::sessionName(" day two ", QDate(2026, 1, 2)), "DAY TWO");
 }
 
 } // namespace

@@ -31,7 +31,7 @@ std::int64_t dropFrames(std::int64_t h, std::int64_t m, std::int64_t s, std::int
 
 struct TestShoot : testing::ShootLog {
     fixtures::TempDir dir;
-    Shoot::Planned planned;
+    shoot::Planned planned;
     std::map<std::string, PlacedClip> clips; // by file name
 
     explicit TestShoot(FrameRate fps) : ShootLog("NIGHT", fps, midnight - 3 * 3600) {}
@@ -45,11 +45,11 @@ struct TestShoot : testing::ShootLog {
     }
 
     // Plans every camera given a card, as the command line and the desk do.
-    void plan(const std::vector<Shoot::FolderChoice>& cards) {
-        auto result = Shoot::run({write(dir.file("night.korvalume"))}, cards);
-        if (auto* problem = std::get_if<Shoot::Problem>(&result))
+    void plan(const std::vector<shoot::FolderChoice>& cards) {
+        auto result = shoot::run({write(dir.file("night.korvalume"))}, cards);
+        if (auto* problem = std::get_if<shoot::Problem>(&result))
             FAIL() << problem->text;
-        planned = std::get<Shoot::Planned>(std::move(result));
+        planned = std::get<shoot::Planned>(std::move(result));
         for (const auto& plan : planned.plans)
             for (const auto& clip : plan.clips)
                 clips.emplace(clip.file.name(), clip);
@@ -175,7 +175,7 @@ TEST(NightShoots, TheTimelineHasTheSoundPicturesAndFilesAsTheCardHasThem) {
     EXPECT_EQ(shoot.clips.at("XDCAM.MXF").file.height, 1080);
 
     const auto xml =
-        testing::readXmeml(PremiereXML::exportDocument(shoot.planned.doc, shoot.planned.plans));
+        testing::readXmeml(premierexml::exportDocument(shoot.planned.doc, shoot.planned.plans));
     ASSERT_TRUE(xml);
     std::map<std::string, int> audioItems;
     for (const auto& track : xml->audioTracks)

@@ -26,7 +26,7 @@ const FrameRate fps2997{30, true};
 constexpr double origin = 1715594399.0;
 
 Xmeml parsed(const SessionDoc& doc, const std::vector<CameraPlan>& plans) {
-    return readXmeml(PremiereXML::exportDocument(doc, plans)).value_or(Xmeml{});
+    return readXmeml(premierexml::exportDocument(doc, plans)).value_or(Xmeml{});
 }
 
 TEST(PremiereXml, SmallShootMatchesReviewedDocument) {
@@ -54,7 +54,7 @@ TEST(PremiereXml, SmallShootMatchesReviewedDocument) {
         cameraPlan("SOUND A",
                    {placedAt(wave("/Shoot/SOUND A/ZOOM0001.WAV", 20, 2, 39599.5), origin + 0.5)}),
     };
-    const auto xml = PremiereXML::exportDocument(doc, plans);
+    const auto xml = premierexml::exportDocument(doc, plans);
     const std::string expectedPath = KORVALUME_EXPORT_DATA "/harbour_shoot.xml";
     std::ifstream expected(expectedPath, std::ios::binary);
     if (xml != std::string(std::istreambuf_iterator<char>(expected), {})) {
@@ -99,13 +99,13 @@ TEST(PremiereXml, HalfFramesRoundAwayFromZeroAndMarkersBeforeTheOriginAreLeftOut
 TEST(FirstFitLanes, AgreesWithAPlainScanOverManyOverlappingClips) {
     std::mt19937_64 random(7);
     std::uniform_int_distribution<std::int64_t> step(0, 40), length(1, 400);
-    PremiereXML::FirstFitLanes lanes;
+    premierexml::FirstFitLanes lanes;
     std::vector<std::int64_t> ends;
     std::int64_t start = 0;
     for (int i = 0; i < 3000; ++i) {
         start += step(random);
         std::size_t expected = 0;
-        while (expected < ends.size() && ends[expected] > start + PremiereXML::laneTolerance)
+        while (expected < ends.size() && ends[expected] > start + premierexml::laneTolerance)
             ++expected;
         if (expected == ends.size())
             ends.emplace_back();
@@ -153,16 +153,16 @@ TEST(PremiereXml, SequenceTimecodeIsTheOriginsTimeOfDayNonDrop) {
 
 // Names and paths whose bytes are not UTF-8 go through the whole export in the night shoots.
 TEST(PremiereXml, TextXmlCannotHoldIsReplacedAndPathsArePercentEncoded) {
-    EXPECT_EQ(PremiereXML::escapeText("a\x01"
+    EXPECT_EQ(premierexml::escapeText("a\x01"
                                       "b\tc\xFF\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8E\xAC"
                                       "\xC0\xAF\xED\xA0\x80\xEF\xBF\xBF\xE2\x82"),
               "a\uFFFDb\tc\uFFFD\u00E4\u20AC\U0001F3AC\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"
               "\uFFFD\uFFFD\uFFFD\uFFFD");
-    EXPECT_EQ(PremiereXML::pathURL("/Users/zoë/Drehtag Ärger/Ton_№1.wav"),
+    EXPECT_EQ(premierexml::pathURL("/Users/zoë/Drehtag Ärger/Ton_№1.wav"),
               "file://localhost/Users/zo%C3%AB/Drehtag%20%C3%84rger/Ton_%E2%84%961.wav");
     // Characters a URL path may hold stay; "%", "#" and "?" would change its meaning, and
     // ";" would start a segment's parameters.
-    EXPECT_EQ(PremiereXML::pathURL("/a/(b),c;d=e@f+g!h'i~j/50%#1?.mov"),
+    EXPECT_EQ(premierexml::pathURL("/a/(b),c;d=e@f+g!h'i~j/50%#1?.mov"),
               "file://localhost/a/(b),c%3Bd=e@f+g!h'i~j/50%25%231%3F.mov");
 }
 
@@ -177,8 +177,8 @@ TEST(PremiereXml, AbsurdValuesAreLeftOutNotFatal) {
          placedAt(movie("/c/nowhere.MOV", 1), std::numeric_limits<double>::infinity()),
          placedAt(movie("/c/tc.MOV", 1, fps25, Timecode{INT64_MAX, 0, 0, 0, false}), origin + 3),
          placedAt(wave("/c/sound.WAV", 1, 2, 1e300), origin + 5)})};
-    const auto result = PremiereXML::build(doc, plans);
-    EXPECT_EQ(result.leftOut, (std::vector<PremiereXML::LeftOutClip>{{0, "/c/nowhere.MOV"},
+    const auto result = premierexml::build(doc, plans);
+    EXPECT_EQ(result.leftOut, (std::vector<premierexml::LeftOutClip>{{0, "/c/nowhere.MOV"},
                                                                      {0, "/c/endless.MOV"}}));
     const auto back = readXmeml(result.xml).value_or(Xmeml{});
     EXPECT_TRUE(back.markers.empty());

@@ -21,9 +21,9 @@ namespace {
 
 using namespace std::chrono_literals;
 using Answer = testing::ScriptedTimeServer::Answer;
-using Failure = Sntp::Failure;
-using Outcome = Sntp::Outcome;
-using Sample = Sntp::Sample;
+using Failure = sntp::Failure;
+using Outcome = sntp::Outcome;
+using Sample = sntp::Sample;
 using Source = MasterClock::Source;
 
 // A port on loopback that nothing listens on once this returns.
@@ -47,7 +47,7 @@ Taken exchangeWith(const QString& server, std::chrono::milliseconds timeout,
     QObject context;
     QElapsedTimer clock;
     clock.start();
-    Sntp::exchange(*Sntp::Server::parse(server), {timeout, {}}, &context, [&](const auto& outcome) {
+    sntp::exchange(*sntp::Server::parse(server), {timeout, {}}, &context, [&](const auto& outcome) {
         taken = {outcome, taken.completions + 1, double(clock.elapsed()) / 1000.0};
     });
     // Blocking on the event loop, not sleeping between polls: a reply must be read the
@@ -102,15 +102,15 @@ TEST(Clock, AClosedPortIsReportedUnreachableNotTimedOut) {
 }
 
 TEST(Clock, ServerAddresses) {
-    EXPECT_EQ(Sntp::Server::parse(" 127.0.0.1:1123 "), (Sntp::Server{"127.0.0.1", 1123}));
-    EXPECT_EQ(Sntp::Server::parse("::1"), (Sntp::Server{"::1", 123}));
-    EXPECT_EQ(Sntp::Server::parse("[fe80::1]"), (Sntp::Server{"fe80::1", 123}));
+    EXPECT_EQ(sntp::Server::parse(" 127.0.0.1:1123 "), (sntp::Server{"127.0.0.1", 1123}));
+    EXPECT_EQ(sntp::Server::parse("::1"), (sntp::Server{"::1", 123}));
+    EXPECT_EQ(sntp::Server::parse("[fe80::1]"), (sntp::Server{"fe80::1", 123}));
     for (const char* refused :
          {"host:0", "host:70000", "", "[::1]1123", "[::1]:", "[]:123", ":123"})
-        EXPECT_FALSE(Sntp::Server::parse(refused)) << refused;
+        EXPECT_FALSE(sntp::Server::parse(refused)) << refused;
     // What is shown parses back to the same server.
-    for (const auto& server : {Sntp::Server{"::1", 1123}, Sntp::Server{"time.example.org", 123}})
-        EXPECT_EQ(Sntp::Server::parse(server.text()), server);
+    for (const auto& server : {sntp::Server{"::1", 1123}, sntp::Server{"time.example.org", 123}})
+        EXPECT_EQ(sntp::Server::parse(server.text()), server);
 }
 
 // What the clock says: its offset and where it came from.

@@ -41,15 +41,15 @@ protected:
 };
 
 QByteArray frame(const SessionDoc& log) {
-    return PeerProtocol::encodeFrame(*sessionfile::encoded(log));
+    return peerprotocol::encodeFrame(*sessionfile::encoded(log));
 }
 
 TEST_F(PeerOpenSslTest, FramedLogsThroughOpenSslAreReceivedAndGarbageIsDropped) {
-    OpenSslClient client(desk.link.listeningPort(), PeerProtocol::preSharedKey(session));
+    OpenSslClient client(desk.link.listeningPort(), peerprotocol::preSharedKey(session));
     // Not JSON, then JSON that is not a log: both dropped; the log after them arrives.
     const SessionDoc log = sampleLog(session, "openssl", 3);
-    client.process.write(PeerProtocol::encodeFrame("\xFF not json") +
-                         PeerProtocol::encodeFrame("{\"id\":1}") + frame(log));
+    client.process.write(peerprotocol::encodeFrame("\xFF not json") +
+                         peerprotocol::encodeFrame("{\"id\":1}") + frame(log));
     ASSERT_TRUE(QTest::qWaitFor([&] { return desk.received.size() == 1; }, linkWaitMs))
         << client.output().toStdString() << client.process.readAllStandardError().toStdString();
     EXPECT_EQ(desk.received[0], log);
@@ -72,8 +72,8 @@ TEST_F(PeerOpenSslTest, FramedLogsThroughOpenSslAreReceivedAndGarbageIsDropped) 
 TEST_F(PeerOpenSslTest, NothingIsReceivedWithAWrongKeyOrAPlainPskSuite) {
     // A wrong key, then the right key without forward secrecy: the desk talks to neither.
     for (const auto& [key, cipher] :
-         {std::pair{PeerProtocol::preSharedKey(Uuid::random()), "ECDHE-PSK-CHACHA20-POLY1305"},
-          std::pair{PeerProtocol::preSharedKey(session), "PSK-CHACHA20-POLY1305"}}) {
+         {std::pair{peerprotocol::preSharedKey(Uuid::random()), "ECDHE-PSK-CHACHA20-POLY1305"},
+          std::pair{peerprotocol::preSharedKey(session), "PSK-CHACHA20-POLY1305"}}) {
         OpenSslClient client(desk.link.listeningPort(), key, cipher);
         client.process.write(frame(sampleLog(session, "x")));
         ASSERT_TRUE(QTest::qWaitFor([&] { return client.finished(); }, linkWaitMs)) << cipher;

@@ -6,7 +6,7 @@
 namespace korvalume {
 namespace {
 
-using namespace PeerProtocol;
+using namespace peerprotocol;
 
 const Uuid sampleSession = *Uuid::parse("6f9619ff-8b86-d011-b42d-00c04fc964ff");
 

@@ -21,7 +21,7 @@ const auto chunksOf = [](const Wave& w) { return Bytes(w.bytes().begin() + 12, w
 // the samples of a long RF64 take.
 struct SparseFile final : ByteSource {
     SparseFile(Bytes front, Bytes back = {}) : head(std::move(front)), tail(std::move(back)) {}
-    std::optional<ClipFile> read() { return BWFMeta::read(*this, "take.wav", std::nullopt); }
+    std::optional<ClipFile> read() { return bwfmeta::read(*this, "take.wav", std::nullopt); }
     std::optional<std::size_t> readAt(std::uint64_t offset, std::span<std::byte> out) override {
         std::size_t i = 0;
         for (; i < out.size() && offset < end && i < end - offset; ++i) {
@@ -39,14 +39,14 @@ struct SparseFile final : ByteSource {
 TEST(BWFMeta, ReadsAnRf64FileWrittenByFfmpeg) {
     fixtures::TempDir dir;
     // The data chunk says 0xFFFFFFFF and ds64 holds the size.
-    const auto clip = BWFMeta::read(fixtures::makeWave(
+    const auto clip = bwfmeta::read(fixtures::makeWave(
         dir.file("take.wav"),
         {.seconds = 0.25, .channels = 1, .timeReference = 172'800'000, .rf64 = true}));
     ASSERT_TRUE(clip);
     EXPECT_EQ(std::tuple(clip->duration, clip->frames, clip->audioChannels, clip->audioOnly,
                          clip->startTCSeconds),
               std::tuple(0.25, 0, 1, true, 3600.0)); // 01:00:00:00
-    EXPECT_FALSE(BWFMeta::read(dir.file("missing.wav")));
+    EXPECT_FALSE(bwfmeta::read(dir.file("missing.wav")));
 }
 
 struct Layout {

@@ -40,17 +40,17 @@ TEST(MediaReader, ScansNestedFoldersInPathOrderSkippingHiddenItems) {
     fixtures::writeFile(card.file("B/broken.mov"), "moov");
     std::filesystem::create_directories(card.file("folder.mov"));
 
-    EXPECT_EQ(paths(MediaReader::clips(root)),
+    EXPECT_EQ(paths(mediareader::clips(root)),
               (Paths{root + "/A/CLIP.MP4", root + "/A/sub/z.WAV", root + "/A/y.bwf",
                      root + "/B/C/D/E/deep.mxf", root + "/B/a.wav", root + "/c.Wav"}));
     // A relative folder gives absolute paths too.
-    EXPECT_EQ(paths(MediaReader::clips(std::filesystem::relative(card.file("B")).string())),
+    EXPECT_EQ(paths(mediareader::clips(std::filesystem::relative(card.file("B")).string())),
               (Paths{root + "/B/C/D/E/deep.mxf", root + "/B/a.wav"}));
 
-    EXPECT_TRUE(MediaReader::clips(card.file("missing")).empty());
-    EXPECT_EQ(MediaReader::folderProblem(root), std::nullopt);
-    EXPECT_EQ(MediaReader::folderProblem(card.file("none")), "does not exist");
-    EXPECT_EQ(MediaReader::folderProblem(card.file("c.Wav")), "is not a folder");
+    EXPECT_TRUE(mediareader::clips(card.file("missing")).empty());
+    EXPECT_EQ(mediareader::folderProblem(root), std::nullopt);
+    EXPECT_EQ(mediareader::folderProblem(card.file("none")), "does not exist");
+    EXPECT_EQ(mediareader::folderProblem(card.file("c.Wav")), "is not a folder");
 }
 
 TEST(MediaReader, SonySidecarFirstMovieReaderAsFallback) {
@@ -64,7 +64,7 @@ TEST(MediaReader, SonySidecarFirstMovieReaderAsFallback) {
     // C0003's sidecar is not well formed; C0004 has none.
     fixtures::writeFile(card.file("C0003M01.XML"), "<NonRealTimeMeta><Duration value=\"5\">");
 
-    const auto clips = MediaReader::clips(card.path());
+    const auto clips = mediareader::clips(card.path());
     ASSERT_EQ(clips.size(), 4u);
     // The sidecars' frame counts; the others come from the movie itself, alike.
     EXPECT_EQ(std::tuple(clips[0].frames, clips[1].frames, clips[3].frames),

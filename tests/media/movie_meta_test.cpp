@@ -27,7 +27,7 @@ TEST(MovieMeta, TimecodeTracksAtEveryRateInEveryContainer) {
     const std::string may1 = "2024-05-01T10:00:00Z";
     for (const Container container : {Container::Mov, Container::Mp4, Container::Mxf}) {
         for (const auto& [rate, written, expected, exact] : cases) {
-            const auto clip = MediaReader::read(fixtures::cachedMovie(
+            const auto clip = mediareader::read(fixtures::cachedMovie(
                 {.container = container, .rate = rate, .timecode = written, .creationTime = may1}));
             SCOPED_TRACE(written + " in container " + std::to_string(int(container)));
             ASSERT_TRUE(clip);
@@ -52,7 +52,7 @@ TEST(MovieMeta, SoundAndPictureSizeAsShown) {
           Recipe{.withAudio = true, .audioChannels = 4, .sampleRate = 44100}, // QuickTime
           Recipe{.container = Container::Mp4, .withAudio = true, .audioChannels = 2},
           Recipe{.container = Container::Mxf, .withAudio = true}}) {
-        const auto clip = MediaReader::read(fixtures::cachedMovie(recipe));
+        const auto clip = mediareader::read(fixtures::cachedMovie(recipe));
         ASSERT_TRUE(clip);
         EXPECT_EQ(std::tuple(clip->audioChannels, clip->width, clip->height),
                   std::tuple(recipe.withAudio ? recipe.audioChannels : 0, 64, 36));
@@ -64,7 +64,7 @@ TEST(MovieMeta, SoundAndPictureSizeAsShown) {
 
 TEST(MovieMeta, MissingPartsAndUnreadableMovies) {
     // No timecode track and no date: still a record.
-    const auto bare = MediaReader::read(fixtures::cachedMovie(
+    const auto bare = mediareader::read(fixtures::cachedMovie(
         {.container = Container::M4v, .rate = {30, true}, .timecode = std::nullopt}));
     ASSERT_TRUE(bare);
     EXPECT_FALSE(bare->startTC || bare->created);
@@ -73,11 +73,11 @@ TEST(MovieMeta, MissingPartsAndUnreadableMovies) {
     fixtures::writeFile(dir.file("empty.mp4"), "");
     fixtures::writeFile(dir.file("text.mov"), std::string(5000, 'x'));
     for (const char* name : {"missing.mov", "empty.mp4", "text.mov"})
-        EXPECT_FALSE(MediaReader::read(dir.file(name))) << name;
+        EXPECT_FALSE(mediareader::read(dir.file(name))) << name;
     // Timecode data no container should hold; a sound-only movie is not listed.
-    EXPECT_FALSE(MovieMeta::timecodeFromFrameNumber(100, 0, false));
-    EXPECT_FALSE(MovieMeta::timecodeFromText("-01:00:00:00", FrameRate{25, false}));
-    EXPECT_FALSE(MediaReader::read(fixtures::cachedMovie({.withVideo = false, .withAudio = true})));
+    EXPECT_FALSE(moviemeta::timecodeFromFrameNumber(100, 0, false));
+    EXPECT_FALSE(moviemeta::timecodeFromText("-01:00:00:00", FrameRate{25, false}));
+    EXPECT_FALSE(mediareader::read(fixtures::cachedMovie({.withVideo = false, .withAudio = true})));
 
     // QuickTime cut before its index (ffmpeg writes it last); MXF cut inside its header.
     for (const Container container : {Container::Mov, Container::Mxf}) {
@@ -85,7 +85,7 @@ TEST(MovieMeta, MissingPartsAndUnreadableMovies) {
         std::filesystem::copy_file(fixtures::cachedMovie({.container = container}), cut);
         const auto size = std::filesystem::file_size(cut);
         std::filesystem::resize_file(cut, container == Container::Mov ? size / 2 : 1024);
-        EXPECT_FALSE(MediaReader::read(cut)) << cut;
+        EXPECT_FALSE(mediareader::read(cut)) << cut;
     }
 }
 

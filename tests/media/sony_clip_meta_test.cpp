@@ -8,17 +8,17 @@ namespace {
 
 TEST(SonyClipMeta, LtcValuesDecodeFromBinaryCodedDecimal) {
     // Digit pairs read frames, seconds, minutes, hours from left to right.
-    EXPECT_EQ(SonyClipMeta::timecode("23595910"), (Timecode{10, 59, 59, 23, false}));
+    EXPECT_EQ(sonyclipmeta::timecode("23595910"), (Timecode{10, 59, 59, 23, false}));
     // Bit 6 of the frames byte flags drop-frame and does not add to the frames.
-    EXPECT_EQ(SonyClipMeta::timecode("4a3b2c1d"), (Timecode{23, 32, 41, 10, true}));
+    EXPECT_EQ(sonyclipmeta::timecode("4a3b2c1d"), (Timecode{23, 32, 41, 10, true}));
     // Tens are masked: 2 bits for hours and frames, 3 for minutes and seconds.
-    EXPECT_EQ(SonyClipMeta::timecode("FFFFFFFF"), (Timecode{45, 85, 85, 45, true}));
+    EXPECT_EQ(sonyclipmeta::timecode("FFFFFFFF"), (Timecode{45, 85, 85, 45, true}));
     for (const char* bad : {"0000001", "000000001", "0000001G", "+0000001", " 0000001", "0x000001"})
-        EXPECT_FALSE(SonyClipMeta::timecode(bad)) << bad;
+        EXPECT_FALSE(sonyclipmeta::timecode(bad)) << bad;
 }
 
 TEST(SonyClipMeta, BuildsTheRecordFromARealShapedSidecar) {
-    const auto clip = SonyClipMeta::read("/card/C0001.MP4", fixtures::sonySidecarXml({})).value();
+    const auto clip = sonyclipmeta::read("/card/C0001.MP4", fixtures::sonySidecarXml({})).value();
     const FrameRate rate{30, true}; // 29.97p, LTC counted at 30
     EXPECT_EQ(std::tuple(clip.frames, clip.duration, clip.rate, clip.startTC, clip.created,
                          clip.model, clip.serial, clip.width, clip.height, clip.audioChannels),
@@ -27,7 +27,7 @@ TEST(SonyClipMeta, BuildsTheRecordFromARealShapedSidecar) {
 }
 
 TEST(SonyClipMeta, RecordRulesAndDefaults) {
-    const auto clip = [](SonyClipMeta::Fields f) { return SonyClipMeta::clipFrom(f, "/C1.MP4"); };
+    const auto clip = [](sonyclipmeta::Fields f) { return sonyclipmeta::clipFrom(f, "/C1.MP4"); };
     // The camera's unset serial, zero sizes and channels fall back to defaults.
     const auto unset =
         clip({.durationFrames = 1, .formatFps = "25p", .serial = "4294967295", .height = 720})
@@ -52,7 +52,7 @@ TEST(SonyClipMeta, RecordRulesAndDefaults) {
 TEST(SonyClipMeta, ParsesStartElementsOnly) {
     // Only the first LtcChange at frame 0 counts; a bad number keeps the earlier value and a
     // bad date gives none; names compare with case; other elements and end tags play no part.
-    const auto fields = SonyClipMeta::parse(
+    const auto fields = sonyclipmeta::parse(
         R"(<NonRealTimeMeta xmlns="urn:schemas-professionalDisc:nonRealTimeMeta:ver.2.00">
   <Duration value="300"/><Duration value="3x0"/><duration value="5"/>
   <LtcChangeTable tcFps="25" halfStep="false">
@@ -61,10 +61,10 @@ TEST(SonyClipMeta, ParsesStartElementsOnly) {
   </LtcChangeTable>
   <CreationDate value="2024-05-01 12:00"/>
 </NonRealTimeMeta>)");
-    using Fields = SonyClipMeta::Fields;
+    using Fields = sonyclipmeta::Fields;
     EXPECT_EQ(fields, (Fields{.durationFrames = 300, .tcBase = 25, .firstLTC = "00000010"}));
     for (const char* broken : {"", "<a>", "<a><b></a>", "not xml", "<a x='1' x='2'/>"})
-        EXPECT_FALSE(SonyClipMeta::parse(broken)) << broken;
+        EXPECT_FALSE(sonyclipmeta::parse(broken)) << broken;
 }
 
 } // namespace

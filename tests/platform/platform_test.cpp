@@ -41,22 +41,22 @@ protected:
 };
 
 TEST_F(PlatformTest, TheDeviceKeepsOneIdentityAndTheOperatorNameGivesTheDisplayName) {
-    const QString id = Platform::deviceID();
+    const QString id = platform::deviceID();
     EXPECT_TRUE(Uuid::parse(id.toStdString())) << id.toStdString();
     EXPECT_EQ(id, id.toUpper());
-    EXPECT_EQ(Platform::deviceID(), id);
+    EXPECT_EQ(platform::deviceID(), id);
     // On disk at once, so the next start of the program finds the same identity.
     const QSettings onDisk(settingsHome.filePath("Korvalume/Platform Test.conf"),
                            QSettings::IniFormat);
     EXPECT_EQ(onDisk.value("deviceID").toString(), id);
 
-    EXPECT_EQ(Platform::operatorName(), "");
-    EXPECT_EQ(Platform::displayName(), "LAPTOP");
-    Platform::setOperatorName("   ");
-    EXPECT_EQ(Platform::displayName(), "LAPTOP");
-    Platform::setOperatorName(" ana\t");
-    EXPECT_EQ(Platform::displayName(), "ANA");
-    EXPECT_EQ(Platform::displayNameFor("Jürgen Ölz"), "JÜRGEN ÖLZ");
+    EXPECT_EQ(platform::operatorName(), "");
+    EXPECT_EQ(platform::displayName(), "LAPTOP");
+    platform::setOperatorName("   ");
+    EXPECT_EQ(platform::displayName(), "LAPTOP");
+    platform::setOperatorName(" ana\t");
+    EXPECT_EQ(platform::displayName(), "ANA");
+    EXPECT_EQ(platform::displayNameFor("Jürgen Ölz"), "JÜRGEN ÖLZ");
 }
 
 // What a phone's camera needs: whole pixels per module inside a quiet zone of four white
@@ -66,10 +66,10 @@ TEST_F(PlatformTest, TheJoinCodeHasWholeModulesAndItsQuietZone) {
         SessionDoc::newSession("NIGHT EXTERIOR / DAY 2", FrameRate{24, true}, 1'718'442'000.5,
                                "DE5C0000-0000-4000-8000-000000000001");
     const QString link = QString::fromStdString(SessionLink::from(doc).url());
-    const QImage image = Platform::qrCode(link).convertToFormat(QImage::Format_RGB32);
+    const QImage image = platform::qrCode(link).convertToFormat(QImage::Format_RGB32);
     const auto modules = QrModules::encode(link);
     ASSERT_TRUE(modules);
-    const int pixels = Platform::qrModulePixels;
+    const int pixels = platform::qrModulePixels;
     const int side = (modules->size + 2 * qrQuietZone) * pixels;
     ASSERT_EQ(image.size(), QSize(side, side));
     for (int y = 0; y < side; ++y)
@@ -79,7 +79,7 @@ TEST_F(PlatformTest, TheJoinCodeHasWholeModulesAndItsQuietZone) {
                           ? qRgb(0, 0, 0)
                           : qRgb(255, 255, 255))
                 << x << "," << y;
-    EXPECT_TRUE(Platform::qrCode(QString(8000, u'x')).isNull()) << "too long for a QR symbol";
+    EXPECT_TRUE(platform::qrCode(QString(8000, u'x')).isNull()) << "too long for a QR symbol";
 }
 
 // Stands in for the desktop's default opener of file: URLs.

@@ -20,13 +20,13 @@ constexpr std::string_view sessionKeys =
 
 std::string encode(const SessionDoc& doc) {
     auto bytes = sessionfile::encoded(doc);
-    EXPECT_TRUE(bytes) << bytes.error();
+    EXPECT_TRUE(bytes) << bytes.message();
     return bytes ? *bytes : std::string{};
 }
 
 SessionDoc decode(std::string_view text) {
     auto doc = sessionfile::decode(text);
-    EXPECT_TRUE(doc) << doc.error();
+    EXPECT_TRUE(doc) << doc.message();
     return doc ? *doc : SessionDoc{};
 }
 
@@ -89,9 +89,9 @@ TEST(SessionFile, DoublesTravelBitForBitInTheirShortestForm) {
 TEST(SessionFile, EncodingRefusesWhatJsonCannotHold) {
     SessionDoc doc = session();
     doc.events = {event(1, marker, 1), event(2, marker, std::nan(""))};
-    EXPECT_EQ(sessionfile::encoded(doc).error(), R"(events[1]: "at" is not a finite number)");
+    EXPECT_EQ(sessionfile::encoded(doc).message(), R"(events[1]: "at" is not a finite number)");
     doc = session("bad \xC3\x28 text");
-    EXPECT_EQ(sessionfile::encoded(doc).error(), R"("name" is not valid UTF-8 text)");
+    EXPECT_EQ(sessionfile::encoded(doc).message(), R"("name" is not valid UTF-8 text)");
 }
 
 TEST(SessionFile, OlderCamerasWithOnlyIdNameAndLinkOpen) {
@@ -152,7 +152,7 @@ TEST(SessionFile, RefusesMalformedLogsWithTheReasonEvenInValuesItSkips) {
     for (const auto& [text, reason] : cases) {
         const auto result = sessionfile::decode(text);
         ASSERT_FALSE(result) << text;
-        EXPECT_NE(result.error().find(reason), std::string::npos) << result.error();
+        EXPECT_NE(result.message().find(reason), std::string::npos) << result.message();
     }
 }
 

@@ -149,6 +149,6 @@ namespace korvalume {
 // Failures show a log as its JSON rather than raw bytes.
 inline void PrintTo(const SessionDoc& doc, std::ostream* out) {
     const auto bytes = sessionfile::encoded(doc);
-    *out << (bytes ? *bytes : bytes.error());
+    *out << (bytes ? *bytes : bytes.message());
 }
 } // namespace korvalume

@@ -9,9 +9,9 @@
 namespace korvalume {
 namespace {
 
-using SyncMap::align;
-using SyncMap::durationsFit;
-using Matches = std::vector<SyncMap::Match>;
+using syncmap::align;
+using syncmap::durationsFit;
+using Matches = std::vector<syncmap::Match>;
 
 TEST(Align, ToleranceIsOneAndAHalfSecondsOrTwoPercentOfTheLoggedDuration) {
     using Pairs = std::vector<std::pair<double, double>>; // file, logged
@@ -45,7 +45,7 @@ TEST(Align, EmptyInputsTieBreaksAndDearMatches) {
 
 double alignmentCost(const std::vector<double>& files, const std::vector<double>& logged,
                      const Matches& pairs) {
-    double cost = SyncMap::gapCost * double(files.size() + logged.size() - 2 * pairs.size());
+    double cost = syncmap::gapCost * double(files.size() + logged.size() - 2 * pairs.size());
     for (const auto& pair : pairs)
         cost += std::abs(files[pair.file] - logged[pair.logged]);
     return cost;
@@ -55,7 +55,7 @@ double alignmentCost(const std::vector<double>& files, const std::vector<double>
 double cheapestAlignment(const std::vector<double>& files, const std::vector<double>& logged,
                          std::size_t f = 0, std::size_t g = 0) {
     const auto gaps = [&](std::size_t i, std::size_t j) {
-        return SyncMap::gapCost * double(i - f + j - g);
+        return syncmap::gapCost * double(i - f + j - g);
     };
     double best = gaps(files.size(), logged.size());
     for (std::size_t i = f; i < files.size(); ++i)

@@ -32,7 +32,7 @@ struct Shoot : testing::ShootLog {
     // Each clip as "NAME METHOD start: note", the start in seconds after ten o'clock
     // to the microsecond; then the plan's warnings.
     Rows outcomes(const std::vector<ClipFile>& files) const {
-        const CameraPlan plan = SyncMap::plan(doc.cameras[0], files, doc);
+        const CameraPlan plan = syncmap::plan(doc.cameras[0], files, doc);
         Rows rows;
         for (const auto& placed : plan.clips) {
             std::ostringstream row;

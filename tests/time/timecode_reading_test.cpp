@@ -6,7 +6,7 @@
 
 using korvalume::FrameRate;
 using korvalume::Timecode;
-namespace Reading = korvalume::TimecodeReading;
+namespace Reading = korvalume::timecodereading;
 
 namespace {
 
