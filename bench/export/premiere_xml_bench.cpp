@@ -33,12 +33,12 @@ Shoot largeShoot(int cameras, int clipsPerCamera) {
     Shoot shoot;
     shoot.doc.name = "Benchmark";
     shoot.doc.fps = FrameRate{30, true};
-    shoot.doc.startedAt = shootStart;
+    shoot.doc.startedAt = MasterInstant(shootStart);
     shoot.doc.zone = 0;
     for (int m = 0; m < clipsPerCamera / 10; ++m) {
         SyncEvent marker;
         marker.kind = SyncEvent::Kind::marker;
-        marker.at = shootStart + 60.0 * m;
+        marker.at = MasterInstant(shootStart + 60.0 * m);
         marker.label = "Take " + std::to_string(m);
         shoot.doc.events.push_back(marker);
     }
@@ -63,7 +63,8 @@ Shoot largeShoot(int cameras, int clipsPerCamera) {
                 file.width = 3840;
                 file.height = 2160;
             }
-            plan.clips.push_back({file, at, PlacedClip::Method::timecode, std::nullopt});
+            plan.clips.push_back(
+                {file, MasterInstant(at), PlacedClip::Method::timecode, std::nullopt});
             at += file.duration + pause(random);
         }
         shoot.plans.push_back(std::move(plan));
@@ -96,7 +97,7 @@ void exportPileUp(benchmark::State& state) {
     Shoot shoot;
     shoot.doc.name = "Pile-up";
     shoot.doc.fps = FrameRate{25, false};
-    shoot.doc.startedAt = shootStart;
+    shoot.doc.startedAt = MasterInstant(shootStart);
     CameraPlan plan;
     for (std::int64_t i = 0; i < state.range(0); ++i) {
         ClipFile file;
@@ -104,7 +105,8 @@ void exportPileUp(benchmark::State& state) {
         file.duration = 1e5;
         file.frames = 2'500'000;
         file.rate = FrameRate{25, false};
-        plan.clips.push_back({file, shootStart + double(i), PlacedClip::Method::timecode, {}});
+        plan.clips.push_back(
+            {file, MasterInstant(shootStart + double(i)), PlacedClip::Method::timecode, {}});
     }
     shoot.plans.push_back(std::move(plan));
     for (auto _ : state)

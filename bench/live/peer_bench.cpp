@@ -53,7 +53,7 @@ SessionDoc logWithEvents(const Uuid& session, int count) {
     doc.id = session;
     doc.name = "BENCH";
     doc.fps = FrameRate{25, false};
-    doc.startedAt = 1'700'000'000.0;
+    doc.startedAt = MasterInstant(1'700'000'000.0);
     Camera camera;
     camera.id = Uuid::random();
     camera.name = "CAM A";

@@ -28,7 +28,7 @@ SyncEvent numberedEvent(unsigned n) {
                                                 SyncEvent::Kind::recStop, SyncEvent::Kind::tcScan};
     SyncEvent event;
     event.id = numbered(n, 0xEE);
-    event.at = 1700000000.0 + n * 0.37 + (n % 1000) * 1e-6;
+    event.at = MasterInstant(1700000000.0 + n * 0.37 + (n % 1000) * 1e-6);
     if (n % 997 == 0) {
         event.kind = SyncEvent::Kind::marker;
         event.label = "MARK " + std::to_string(n / 997 + 1);
@@ -51,7 +51,7 @@ SessionDoc phoneLog(unsigned first) {
     doc.id = numbered(1, 0x5E);
     doc.name = "SHOOT 15 NOV";
     doc.fps = FrameRate{25, false};
-    doc.startedAt = 1700000000;
+    doc.startedAt = MasterInstant(1700000000);
     doc.zone = 3600;
     for (unsigned c = 0; c < cameraCount; ++c) {
         Camera camera;
@@ -60,7 +60,7 @@ SessionDoc phoneLog(unsigned first) {
         camera.model = "ILME-FX6";
         camera.ownerID = "PHONE-" + std::to_string(c % 3);
         camera.ownerName = "Phone " + std::to_string(c % 3);
-        camera.updatedAt = 1700000000.5 + first;
+        camera.updatedAt = MasterInstant(1700000000.5 + first);
         doc.cameras.push_back(camera);
     }
     doc.events.reserve(eventsPerLog);

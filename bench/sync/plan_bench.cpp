@@ -22,7 +22,8 @@ struct CameraShoot {
 
 void addEvent(SessionDoc& doc, const Camera& camera, SyncEvent::Kind kind, double at,
               std::optional<std::string> timecode = {}) {
-    doc.events.push_back({Uuid::random(), camera.id, kind, at, std::move(timecode), {}});
+    doc.events.push_back(
+        {Uuid::random(), camera.id, kind, MasterInstant(at), std::move(timecode), {}});
 }
 
 // A free-running camera shooting `takes` takes from 08:00 on. Some takes were
@@ -67,8 +68,8 @@ SessionDoc newDoc() {
     doc.id = Uuid::random();
     doc.name = "Benchmark";
     doc.fps = FrameRate::pal();
-    doc.startedAt = day0 + 7 * 3600;
-    doc.endedAt = day0 + 23 * 3600;
+    doc.startedAt = MasterInstant(day0 + 7 * 3600);
+    doc.endedAt = MasterInstant(day0 + 23 * 3600);
     doc.zone = 0;
     return doc;
 }

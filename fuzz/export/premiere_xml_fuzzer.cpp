@@ -62,12 +62,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     SessionDoc doc;
     doc.name = data.ConsumeRandomLengthString(32);
     doc.fps = anyRate(data);
-    doc.startedAt = anyDouble(data);
+    doc.startedAt = MasterInstant(anyDouble(data));
     doc.zone = data.ConsumeIntegralInRange<std::int64_t>(-50'400, 50'400);
     for (int m = data.ConsumeIntegralInRange(0, 4); m > 0; --m) {
         SyncEvent marker;
         marker.kind = data.ConsumeBool() ? SyncEvent::Kind::marker : SyncEvent::Kind::tcScan;
-        marker.at = anyDouble(data);
+        marker.at = MasterInstant(anyDouble(data));
         if (data.ConsumeBool())
             marker.label = data.ConsumeRandomLengthString(16);
         doc.events.push_back(marker);
@@ -82,9 +82,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
                     files[data.ConsumeIntegralInRange<std::size_t>(0, files.size() - 1)]);
             else
                 files.push_back(anyFile(data));
-            std::optional<double> start;
+            std::optional<MasterInstant> start;
             if (data.ConsumeIntegralInRange(0, 4) != 0)
-                start = anyDouble(data);
+                start = MasterInstant(anyDouble(data));
             plan.clips.push_back(
                 {files.back(), start,
                  start ? PlacedClip::Method::timecode : PlacedClip::Method::unplaced,

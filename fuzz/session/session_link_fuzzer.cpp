@@ -22,7 +22,7 @@ void check(const std::string& url) {
     if (!link)
         return;
     const std::string built = link->url();
-    if (!std::isfinite(std::round(link->startedAt * 1000)))
+    if (!std::isfinite(std::round(link->startedAt.seconds * 1000)))
         return; // such a start can't travel; the payload is empty
     const auto reread = korvalume::SessionLink::parse(built);
     require(reread.has_value(), "a built link does not read");

@@ -1,7 +1,6 @@
 #pragma once
 
 // The desk library's types as the window's QML module knows them.
-#include "desk/camera_list_model.h"
 #include "desk/desk_model.h"
 
 #include <QtQml/qqml.h>
@@ -14,13 +13,6 @@ struct DeskModelForeign {
     QML_FOREIGN(korvalume::DeskModel)
     QML_NAMED_ELEMENT(DeskModel)
     QML_UNCREATABLE("The application makes the one desk model")
-};
-
-struct CameraListModelForeign {
-    Q_GADGET
-    QML_FOREIGN(korvalume::CameraListModel)
-    QML_NAMED_ELEMENT(CameraListModel)
-    QML_UNCREATABLE("The desk model owns its camera list")
 };
 
 } // namespace korvalume

@@ -75,10 +75,11 @@ void LiveState::redraw() {
     const std::optional<SessionDoc> doc = model_->doc();
     if (!doc)
         return;
-    now_ = hasFixedNow_ ? fixedNow_ : model_->now();
+    const MasterInstant now = hasFixedNow_ ? MasterInstant(fixedNow_) : model_->now();
+    now_ = now.seconds;
     const bool synced = model_->clockSynced();
     const viewrules::LiveTexts texts =
-        viewrules::liveTexts(*doc, now_, synced, phoneNames(model_->connectedPeers()));
+        viewrules::liveTexts(*doc, now, synced, phoneNames(model_->connectedPeers()));
 
     QVariantList rows;
     for (const viewrules::LiveRow& row : texts.rows)

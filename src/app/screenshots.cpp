@@ -69,13 +69,13 @@ void openExample(DeskModel& model, const Inputs& inputs, const QString& savedLog
     model.saveLogTo(savedLog.toStdString());
 }
 
-SyncEvent event(SyncEvent::Kind kind, double at, std::optional<Uuid> camera,
+SyncEvent event(SyncEvent::Kind kind, MasterInstant at, std::optional<Uuid> camera,
                 std::optional<std::string> label = std::nullopt) {
     return {Uuid::random(), camera, kind, at, std::nullopt, std::move(label)};
 }
 
 // A live session an hour old: four cameras, one rolling, one that lost its link, two markers.
-SessionDoc busyLiveSession(double now, const QString& owner) {
+SessionDoc busyLiveSession(MasterInstant now, const QString& owner) {
     SessionDoc doc = SessionDoc::newSession("SHOOT 15 NOV", FrameRate{25, false}, now - 3599.5,
                                             owner.toStdString());
     doc.zone = 3600;
@@ -89,7 +89,7 @@ SessionDoc busyLiveSession(double now, const QString& owner) {
         camera.ownerName = i < 2 ? "MIA" : "JONAS";
         doc.cameras.push_back(camera);
     }
-    const double start = doc.startedAt;
+    const MasterInstant start = doc.startedAt;
     doc.events.push_back(event(SyncEvent::Kind::recStart, start + 60, doc.cameras[0].id));
     doc.events.push_back(event(SyncEvent::Kind::recStop, start + 300, doc.cameras[0].id));
     doc.events.push_back(event(SyncEvent::Kind::marker, start + 400, {}, "MARK 1"));
@@ -152,13 +152,13 @@ int main(int argc, char* argv[]) {
         (void)QTest::qWaitFor([&] { return model.readingIDs().isEmpty(); }, waitMs);
     }
     {
-        DeskModel model(SessionDoc::newSession("SHOOT 15 NOV", FrameRate{25, false}, now - 754,
-                                               thisDesk.toStdString()),
+        DeskModel model(SessionDoc::newSession("SHOOT 15 NOV", FrameRate{25, false},
+                                               MasterInstant(now - 754), thisDesk.toStdString()),
                         DeskModel::Preview{{}, false, thisDesk});
         ok &= render(inputs, "4-live-waiting", model, now);
     }
     {
-        DeskModel model(busyLiveSession(now, thisDesk),
+        DeskModel model(busyLiveSession(MasterInstant(now), thisDesk),
                         DeskModel::Preview{{"MIA", "JONAS"}, true, thisDesk});
         ok &= render(inputs, "5-live-four-cameras", model, now);
         ok &= render(inputs, "7a-end-as-owner", model, now, [](QObject& window) {
@@ -166,7 +166,7 @@ int main(int argc, char* argv[]) {
         });
     }
     {
-        DeskModel model(busyLiveSession(now, "0WNE0000-0000-4000-8000-000000000009"),
+        DeskModel model(busyLiveSession(MasterInstant(now), "0WNE0000-0000-4000-8000-000000000009"),
                         DeskModel::Preview{{"MIA"}, true, thisDesk});
         ok &= render(inputs, "7b-end-as-watcher", model, now, [](QObject& window) {
             window.property("view").value<QObject*>()->setProperty("confirmEnd", true);

@@ -79,7 +79,7 @@ std::string sessionFacts(const SessionDoc& doc, int logCount) {
 }
 
 std::string sessionStart(const SessionDoc& doc) {
-    const auto ms = static_cast<qint64>(std::llround(doc.startedAt * 1000.0));
+    const auto ms = static_cast<qint64>(std::llround(doc.startedAt.seconds * 1000.0));
     const QDateTime start = QDateTime::fromMSecsSinceEpoch(ms, doc.timeZone());
     // Month names in English whatever the machine's language, like every other text here.
     return QLocale::c().toString(start, QStringLiteral("d MMM yyyy / HH:mm")).toStdString();
@@ -150,12 +150,12 @@ ChartSpan chartSpan(const SessionDoc& doc, const std::vector<CameraPlan>& plans)
         for (const PlacedClip& clip : plan.placed())
             all.push_back(clip);
 
-    double t0 = doc.startedAt;
+    MasterInstant t0 = doc.startedAt;
     for (const PlacedClip& clip : all)
         if (clip.start)
             t0 = std::min(t0, *clip.start);
 
-    double end = t0;
+    MasterInstant end = t0;
     for (const PlacedClip& clip : all)
         end = std::max(end, clip.start.value_or(t0) + clip.file.duration);
     end = std::max(end, doc.endedAt.value_or(t0));
@@ -165,7 +165,7 @@ ChartSpan chartSpan(const SessionDoc& doc, const std::vector<CameraPlan>& plans)
 ChartLayout chartLayout(const SessionDoc& doc, const std::vector<CameraPlan>& plans) {
     ChartLayout layout;
     layout.span = chartSpan(doc, plans);
-    const double t0 = layout.span.t0;
+    const MasterInstant t0 = layout.span.t0;
     const double length = layout.span.t1 - t0;
     for (const CameraPlan& plan : plans) {
         ChartLane lane{plan.camera.name, {}};
@@ -184,8 +184,8 @@ double barWidth(const ChartBar& bar, double laneWidth) {
     return width <= minBarWidth ? minBarWidth : width;
 }
 
-std::string timeOfDay(const SessionDoc& doc, double now) {
-    if (!std::isfinite(now))
+std::string timeOfDay(const SessionDoc& doc, MasterInstant now) {
+    if (!now.isFinite())
         return "--:--:--:--";
     return mastertime::timeOfDay(now, doc.fps, doc.timeZone()).string();
 }
@@ -205,7 +205,7 @@ std::string scanDetail(const SessionDoc& doc, const Camera& camera) {
 
 } // namespace
 
-LiveTexts liveTexts(const SessionDoc& doc, double now, bool clockSynced,
+LiveTexts liveTexts(const SessionDoc& doc, MasterInstant now, bool clockSynced,
                     const std::vector<std::string>& phones) {
     LiveTexts texts;
     const std::vector<Camera> cameras = doc.activeCameras();

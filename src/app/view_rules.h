@@ -89,8 +89,8 @@ std::vector<FrameRate> rateChoices(const FrameRate& selected);
 // ---- Sync map chart ----
 
 struct ChartSpan {
-    double t0 = 0;
-    double t1 = 60;
+    MasterInstant t0;
+    MasterInstant t1 = MasterInstant(60);
     friend bool operator==(const ChartSpan&, const ChartSpan&) = default;
 };
 ChartSpan chartSpan(const SessionDoc& doc, const std::vector<CameraPlan>& plans);
@@ -150,10 +150,10 @@ inline constexpr std::string_view noPhones =
 inline constexpr std::string_view freeRunText =
     "Every camera and recorder must be in FREE RUN or time-of-day timecode.";
 
-LiveTexts liveTexts(const SessionDoc& doc, double now, bool clockSynced,
+LiveTexts liveTexts(const SessionDoc& doc, MasterInstant now, bool clockSynced,
                     const std::vector<std::string>& phones);
 // The running master clock as time-of-day timecode in the session's rate and zone.
-std::string timeOfDay(const SessionDoc& doc, double now);
+std::string timeOfDay(const SessionDoc& doc, MasterInstant now);
 
 // Counted noun: "1 CLIP", "2 CLIPS".
 std::string counted(long long count, std::string_view noun);

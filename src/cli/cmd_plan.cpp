@@ -79,9 +79,9 @@ std::optional<Options> parseOptions(std::span<const std::string> args, std::ostr
 // Instants this far from 1970 have no sensible time of day.
 constexpr double wallClockLimit = 1e11;
 
-std::string startText(double start, const SessionDoc& doc, const QTimeZone& zone) {
-    if (!std::isfinite(start) || std::abs(start) > wallClockLimit)
-        return "at " + std::to_string(start) + " s";
+std::string startText(MasterInstant start, const SessionDoc& doc, const QTimeZone& zone) {
+    if (!start.isFinite() || std::abs(start.seconds) > wallClockLimit)
+        return "at " + std::to_string(start.seconds) + " s";
     // A start computed from timecode can sit a hair before its frame; show the nearest
     // millisecond and the nearest frame of the time-of-day label, as the timeline places it.
     const double seconds = mastertime::secondsOfDay(start, zone);
@@ -133,7 +133,7 @@ void printJson(const std::vector<CameraPlan>& plans, const std::vector<std::stri
         for (const auto& clip : plan.clips) {
             nlohmann::ordered_json entry{{"path", clip.file.path}, {"name", clip.file.name()}};
             if (clip.start)
-                entry["start"] = *clip.start;
+                entry["start"] = clip.start->seconds;
             entry["method"] = label(clip.method);
             if (clip.note)
                 entry["note"] = *clip.note;

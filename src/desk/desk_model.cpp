@@ -3,7 +3,6 @@
 #include "base/atomic_file.h"
 #include "base/programming_error.h"
 #include "base/qt_text.h"
-#include "desk/camera_list_model.h"
 #include "desk/desk_rules.h"
 #include "export/premiere_xml.h"
 #include "live/master_clock.h"
@@ -40,15 +39,15 @@ struct DeskModel::State {
 
 namespace {
 
-double machineNow() {
-    return double(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
+// A preview has no master clock; the machine's stands in.
+MasterInstant machineNow() {
+    return MasterInstant(double(QDateTime::currentMSecsSinceEpoch()) / 1000.0);
 }
 
 } // namespace
 
 DeskModel::DeskModel(const Services& services, QObject* parent)
-    : QObject(parent), state_(std::make_unique<State>()), services_(services), radios_(true),
-      cameras_(new CameraListModel(*this, this)) {
+    : QObject(parent), state_(std::make_unique<State>()), services_(services), radios_(true) {
     if (!services_.clock || !services_.peers || !services_.system)
         programmingError("a desk model needs a clock, a link and the system's services");
     QPointer<DeskModel> self(this);
@@ -74,15 +73,13 @@ void DeskModel::forwardChanges() {
 }
 
 DeskModel::DeskModel(const std::optional<SessionDoc>& doc, const Preview& preview, QObject* parent)
-    : QObject(parent), state_(std::make_unique<State>()), radios_(false), preview_(preview),
-      cameras_(new CameraListModel(*this, this)) {
+    : QObject(parent), state_(std::make_unique<State>()), radios_(false), preview_(preview) {
     services_.deviceID = preview.deviceID;
     if (doc) {
         state_->doc = doc;
         logCount_ = 1;
         isLive_ = !doc->endedAt;
     }
-    cameras_->refresh();
     forwardChanges();
 }
 
@@ -187,7 +184,7 @@ bool DeskModel::clockSynced() const {
     return radios_ ? services_.clock->synced() : preview_.clockSynced;
 }
 
-double DeskModel::now() const {
+MasterInstant DeskModel::now() const {
     return radios_ ? services_.clock->now() : machineNow();
 }
 
@@ -221,7 +218,6 @@ void DeskModel::setDoc(std::optional<SessionDoc> doc) {
     if (doc == state_->doc)
         return;
     state_->doc = std::move(doc);
-    cameras_->refresh();
     emit docChanged();
 }
 
@@ -303,7 +299,6 @@ void DeskModel::setFolder(const QString& cameraID, const QUrl& folder) {
 void DeskModel::setFolder(const Uuid& cameraID, const std::string& folder) {
     state_->folders[cameraID] = folder;
     state_->reading.insert(cameraID);
-    cameras_->refresh();
     emit foldersChanged();
     emit readingChanged();
     auto* watcher = new QFutureWatcher<std::vector<ClipFile>>(this);
@@ -326,11 +321,9 @@ void DeskModel::finishRead(const Uuid& cameraID, const std::string& folder,
                                          [&](const Camera& c) { return c.id == cameraID; });
         if (camera != cameras.end()) {
             state_->plans.insert_or_assign(cameraID, syncmap::plan(*camera, files, *state_->doc));
-            cameras_->refresh();
             emit plansChanged();
         }
     }
-    cameras_->refresh();
     emit readingChanged();
 }
 
@@ -471,7 +464,6 @@ void DeskModel::clear() {
         state_->plans.clear();
         emit plansChanged();
     }
-    cameras_->refresh();
     setMessage({});
     setSavedTo({});
 }
@@ -559,7 +551,6 @@ void DeskModel::replan() {
         }
     }
     if (changed) {
-        cameras_->refresh();
         emit plansChanged();
     }
 }

@@ -4,6 +4,7 @@
 #include <QPointer>
 #include <QStringList>
 #include <QUrl>
+#include <QVariantMap>
 #include <QtQml/qqmlregistration.h>
 
 #include <map>
@@ -22,12 +23,12 @@ struct SessionLink;
 struct CameraPlan;
 struct ClipFile;
 struct FrameRate;
+struct MasterInstant;
 struct Uuid;
 class MasterClock;
 class PeerLink;
 class SystemServices;
 class AwakeHold;
-class CameraListModel;
 
 // The one model of the desk: the open session log, the card folder and placement plan of
 // each camera, and the live session. Views and the command line read its state and call
@@ -52,7 +53,6 @@ class DeskModel : public QObject {
     Q_PROPERTY(bool isLive READ isLive NOTIFY isLiveChanged)
     Q_PROPERTY(bool isOwner READ isOwner NOTIFY docChanged)
     Q_PROPERTY(bool canExport READ canExport NOTIFY plansChanged)
-    Q_PROPERTY(korvalume::CameraListModel* cameras READ cameras CONSTANT)
     Q_PROPERTY(QStringList connectedPeers READ connectedPeers NOTIFY peersChanged)
     Q_PROPERTY(bool clockSynced READ clockSynced NOTIFY clockChanged)
     Q_PROPERTY(QString openPanelText READ openPanelText CONSTANT)
@@ -115,11 +115,10 @@ public:
     // The plans of the active cameras that have one, in the log's camera order.
     std::vector<CameraPlan> cameraPlans() const;
     bool canExport() const;
-    CameraListModel* cameras() const { return cameras_; }
     QStringList connectedPeers() const;
     bool clockSynced() const;
     // Master time now (the machine's clock for a preview).
-    double now() const;
+    MasterInstant now() const;
 
     QString openPanelText() const;
     QString savePanelText() const;
@@ -211,7 +210,6 @@ private:
     bool saveSoon_ = false;
     bool sendSoon_ = false;
     bool flushPending_ = false;
-    CameraListModel* cameras_ = nullptr;
 };
 
 } // namespace korvalume

@@ -23,7 +23,7 @@ std::string sessionName(std::string_view typed, QDate today) {
     return trimmed.isEmpty() ? defaultName(today) : trimmed.toUpper().toStdString();
 }
 
-bool takesUpLive(const SessionDoc& doc, double now) {
+bool takesUpLive(const SessionDoc& doc, MasterInstant now) {
     return !doc.endedAt && now - doc.startedAt < takeUpLiveWithin;
 }
 

@@ -31,7 +31,7 @@ std::string defaultName(QDate today);
 std::string sessionName(std::string_view typed, QDate today);
 
 // An opened log that is still running and started less than 18 hours before `now`.
-bool takesUpLive(const SessionDoc& doc, double now);
+bool takesUpLive(const SessionDoc& doc, MasterInstant now);
 
 // "MARK n": one more than the markers already in the log.
 std::string nextMarkerLabel(const SessionDoc& doc);

@@ -197,7 +197,7 @@ struct LaneEntry {
 
 // The clip's frames on a sequence whose first frame is at `origin`, or nullopt
 // when its start or duration is beyond any real shoot.
-std::optional<LaneEntry> laneEntry(const PlacedClip& clip, double origin, double fps) {
+std::optional<LaneEntry> laneEntry(const PlacedClip& clip, MasterInstant origin, double fps) {
     if (!clip.start)
         return std::nullopt;
     const auto start = roundedFrames(fps * (*clip.start - origin));
@@ -399,7 +399,8 @@ struct SequenceTimecode {
 
 // The time of day at the origin, counted at the sequence's timecode base without
 // drop-frame. A rate no timecode can be counted at gives 00:00:00:00.
-SequenceTimecode sequenceTimecode(double origin, const FrameRate& rate, const QTimeZone& zone) {
+SequenceTimecode sequenceTimecode(MasterInstant origin, const FrameRate& rate,
+                                  const QTimeZone& zone) {
     const auto frame = roundedFrames(mastertime::secondsOfDay(origin, zone) * rate.tcFps());
     if (!frame)
         return {};
@@ -431,12 +432,12 @@ Document build(const SessionDoc& doc, std::span<const CameraPlan> plans) {
 
     // The sequence starts on the whole second at or before the session's start
     // and every placed clip.
-    double earliest = doc.startedAt;
+    MasterInstant earliest = doc.startedAt;
     for (const auto& plan : plans)
         for (const auto& clip : plan.clips)
-            if (clip.start && std::isfinite(*clip.start))
+            if (clip.start && clip.start->isFinite())
                 earliest = std::min(earliest, *clip.start);
-    const double origin = std::floor(earliest);
+    const MasterInstant origin(std::floor(earliest.seconds));
 
     std::int64_t width = 1920, height = 1080;
     [&] {
@@ -460,7 +461,7 @@ Document build(const SessionDoc& doc, std::span<const CameraPlan> plans) {
                 byStart.push_back(&clip);
         // Non-finite starts are left out before sorting, which needs an order.
         std::erase_if(byStart, [&](const PlacedClip* clip) {
-            if (std::isfinite(*clip->start))
+            if (clip->start->isFinite())
                 return false;
             result.leftOut.push_back({planIndex, clip->file.path});
             return true;

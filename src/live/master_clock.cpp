@@ -88,12 +88,12 @@ QSettings& MasterClock::settings() {
     return options_.settings ? *options_.settings : *ownSettings_;
 }
 
-double MasterClock::now() const {
-    return options_.wallClock() + offset_;
+MasterInstant MasterClock::now() const {
+    return MasterInstant(options_.wallClock() + offset_);
 }
 
-double MasterClock::time(double atHostTime) const {
-    return options_.wallClock() + offset_ - (options_.monotonic() - atHostTime);
+MasterInstant MasterClock::time(double atHostTime) const {
+    return MasterInstant(options_.wallClock() + offset_ - (options_.monotonic() - atHostTime));
 }
 
 void MasterClock::begin(const Uuid& session) {
@@ -103,7 +103,8 @@ void MasterClock::begin(const Uuid& session) {
     if (storedSession == id) {
         setOffset(storedDouble(stored.value("clock.offset")).value_or(0));
         setSource(parseSource(stored.value("clock.source").toString()).value_or(Source::device));
-        setSetAt(storedDouble(stored.value("clock.setAt")));
+        const auto setAt = storedDouble(stored.value("clock.setAt"));
+        setSetAt(setAt ? std::optional(MasterInstant(*setAt)) : std::nullopt);
     } else {
         setOffset(0);
         setSource(Source::device);
@@ -172,7 +173,7 @@ void MasterClock::save() {
     stored.setValue("clock.offset", offset_);
     stored.setValue("clock.source", QString::fromLatin1(sourceName(source_)));
     if (setAt_)
-        stored.setValue("clock.setAt", *setAt_);
+        stored.setValue("clock.setAt", setAt_->seconds);
     else
         stored.remove("clock.setAt");
 }
@@ -191,7 +192,7 @@ void MasterClock::setSource(Source source) {
     emit sourceChanged();
 }
 
-void MasterClock::setSetAt(std::optional<double> setAt) {
+void MasterClock::setSetAt(std::optional<MasterInstant> setAt) {
     if (setAt == setAt_)
         return;
     setAt_ = setAt;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "live/sntp.h"
+#include "time/master_instant.h"
 
 #include <QObject>
 #include <QPointer>
@@ -64,15 +65,14 @@ public:
 
     double offset() const { return offset_; }
     Source source() const { return source_; }
-    std::optional<double> setAt() const { return setAt_; }
-    QVariant setAtValue() const { return setAt_ ? QVariant(*setAt_) : QVariant(); }
+    std::optional<MasterInstant> setAt() const { return setAt_; }
+    QVariant setAtValue() const { return setAt_ ? QVariant(setAt_->seconds) : QVariant(); }
     bool synced() const { return source_ == Source::server; }
     QString session() const { return session_; }
 
-    // Master time now, in seconds since the Unix epoch.
-    double now() const;
+    MasterInstant now() const;
     // Master time of a reading of the monotonic clock.
-    double time(double atHostTime) const;
+    MasterInstant time(double atHostTime) const;
 
     // A live session starts or resumes: restores that session's stored state, or starts
     // afresh and asks the server.
@@ -94,14 +94,14 @@ private:
     void save();
     void setOffset(double offset);
     void setSource(Source source);
-    void setSetAt(std::optional<double> setAt);
+    void setSetAt(std::optional<MasterInstant> setAt);
     QSettings& settings();
 
     Options options_;
     std::unique_ptr<QSettings> ownSettings_;
     double offset_ = 0;
     Source source_ = Source::device;
-    std::optional<double> setAt_;
+    std::optional<MasterInstant> setAt_;
     QString session_;
     QTimer* refresh_ = nullptr;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "session/uuid.h"
+#include "time/master_instant.h"
 
 #include <optional>
 #include <string>
@@ -24,8 +25,8 @@ struct Camera {
     std::string ownerID;   // the phone that looks after this camera
     std::string ownerName; // that phone's name as people see it
     std::string note;
-    bool removed = false; // taken out of the session; kept for its history
-    double updatedAt = 0; // last change of this camera's own fields; newer wins on combining
+    bool removed = false;    // taken out of the session; kept for its history
+    MasterInstant updatedAt; // last change of this camera's own fields; newer wins on combining
 
     static std::optional<Kind> parseKind(std::string_view caseName);
     static std::optional<Link> parseLink(std::string_view caseName);

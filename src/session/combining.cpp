@@ -11,9 +11,9 @@ namespace {
 
 // Ascending `at`; a NaN (never read from a file) sorts last so the order stays strict.
 bool earlier(const SyncEvent& a, const SyncEvent& b) {
-    if (std::isnan(a.at))
+    if (std::isnan(a.at.seconds))
         return false;
-    return std::isnan(b.at) || a.at < b.at;
+    return std::isnan(b.at.seconds) || a.at < b.at;
 }
 
 // Stable sort by `at` of events whose first `sortedCount` are already in order:
@@ -36,8 +36,8 @@ std::unordered_set<Uuid> eventIDs(const std::vector<SyncEvent>& events) {
     return ids;
 }
 
-std::optional<double> later(const std::optional<double>& mine,
-                            const std::optional<double>& theirs) {
+std::optional<MasterInstant> later(const std::optional<MasterInstant>& mine,
+                                   const std::optional<MasterInstant>& theirs) {
     if (!theirs)
         return mine;
     if (!mine)
@@ -112,7 +112,7 @@ bool covers(const SessionDoc& doc, const SessionDoc& other) {
     return combined == doc;
 }
 
-bool finish(SessionDoc& doc, std::string_view deviceID, double instant, FinishScope scope) {
+bool finish(SessionDoc& doc, std::string_view deviceID, MasterInstant instant, FinishScope scope) {
     if (scope == FinishScope::everyone && !doc.endedForAll)
         doc.endedForAll = instant;
     if (doc.endedAt)

@@ -27,6 +27,6 @@ enum class FinishScope {
 
 // Ends this device's logging at `instant`: recordings of its cameras still rolling
 // become open-ended. True when the document was not finished before.
-bool finish(SessionDoc& doc, std::string_view deviceID, double instant, FinishScope scope);
+bool finish(SessionDoc& doc, std::string_view deviceID, MasterInstant instant, FinishScope scope);
 
 } // namespace korvalume

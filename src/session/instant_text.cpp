@@ -26,7 +26,8 @@ std::string offsetText(int secondsEast) {
 
 } // namespace
 
-std::string formatInstant(double instant, const QTimeZone& zone) {
+std::string formatInstant(MasterInstant at, const QTimeZone& zone) {
+    const double instant = at.seconds;
     if (!std::isfinite(instant) || instant < earliest || instant > latest) {
         std::string text;
         try {

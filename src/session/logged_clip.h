@@ -1,6 +1,7 @@
 #pragma once
 
 #include "session/uuid.h"
+#include "time/master_instant.h"
 
 #include <optional>
 #include <string>
@@ -12,13 +13,13 @@ namespace korvalume {
 struct LoggedClip {
     Uuid id; // the recStart event that opened the recording
     Uuid cameraID;
-    double start = 0;
-    std::optional<double> end; // absent while still running
+    MasterInstant start;
+    std::optional<MasterInstant> end; // absent while still running
     // Closed by a link loss: the real end is unknown and lies at or after `end`.
     bool openEnded = false;
 
     // end - start, or now - start while running.
-    double duration(double now) const { return end.value_or(now) - start; }
+    double duration(MasterInstant now) const { return end.value_or(now) - start; }
 
     friend bool operator==(const LoggedClip&, const LoggedClip&) = default;
 };
@@ -39,8 +40,8 @@ template <> struct std::hash<korvalume::LoggedClip> {
         using korvalume::hashCombine;
         std::size_t h = std::hash<korvalume::Uuid>{}(clip.id);
         h = hashCombine(h, std::hash<korvalume::Uuid>{}(clip.cameraID));
-        h = hashCombine(h, std::hash<double>{}(clip.start));
-        h = hashCombine(h, std::hash<std::optional<double>>{}(clip.end));
+        h = hashCombine(h, std::hash<korvalume::MasterInstant>{}(clip.start));
+        h = hashCombine(h, std::hash<std::optional<korvalume::MasterInstant>>{}(clip.end));
         return hashCombine(h, clip.openEnded ? 1 : 0);
     }
 };

@@ -66,7 +66,7 @@ bool isRolling(const SessionDoc& doc, const Uuid& cameraID) {
     return !recordings.empty() && !recordings.back().end;
 }
 
-CameraSummary summary(const SessionDoc& doc, const Camera& camera, double now) {
+CameraSummary summary(const SessionDoc& doc, const Camera& camera, MasterInstant now) {
     const auto recordings = clips(doc, camera.id);
     const auto& events = doc.events;
     if (!recordings.empty() && !recordings.back().end)

@@ -16,6 +16,6 @@ std::vector<SyncEvent> scans(const SessionDoc& doc, const Uuid& cameraID);
 // The camera's last recording has no end yet.
 bool isRolling(const SessionDoc& doc, const Uuid& cameraID);
 // The camera's status line at master-clock instant `now`.
-CameraSummary summary(const SessionDoc& doc, const Camera& camera, double now);
+CameraSummary summary(const SessionDoc& doc, const Camera& camera, MasterInstant now);
 
 } // namespace korvalume

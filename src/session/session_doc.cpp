@@ -17,7 +17,7 @@ std::string upperCased(const std::string& text) {
 
 } // namespace
 
-SessionDoc SessionDoc::newSession(std::string name, FrameRate fps, double startedAt,
+SessionDoc SessionDoc::newSession(std::string name, FrameRate fps, MasterInstant startedAt,
                                   std::optional<std::string> ownerID) {
     SessionDoc doc;
     doc.id = Uuid::random();

@@ -4,6 +4,7 @@
 #include "session/sync_event.h"
 #include "session/uuid.h"
 #include "time/frame_rate.h"
+#include "time/master_instant.h"
 
 #include <QTimeZone>
 
@@ -14,7 +15,7 @@
 #include <vector>
 
 // The session log: one shoot's identity, cameras and events. Every time in it is a
-// master-clock instant (double seconds since the Unix epoch). Its file form is in
+// master-clock instant. Its file form is in
 // session/session_file.h, the recordings it logged in session/logged_recordings.h,
 // combining logs in session/combining.h.
 namespace korvalume {
@@ -23,18 +24,18 @@ struct SessionDoc {
     Uuid id; // two logs belong to the same session exactly when their ids are equal
     std::string name;
     FrameRate fps;
-    double startedAt = 0;
-    std::optional<double> endedAt;      // end of this log's logging; absent while live
-    std::optional<std::int64_t> zone;   // seconds east of UTC
-    std::optional<std::string> ownerID; // the device that started the session
-    std::optional<double> endedForAll;  // the owner ended the session for everyone
-    std::vector<Camera> cameras;        // in the order first seen
-    std::vector<SyncEvent> events;      // ascending `at`
+    MasterInstant startedAt;
+    std::optional<MasterInstant> endedAt;     // end of this log's logging; absent while live
+    std::optional<std::int64_t> zone;         // seconds east of UTC
+    std::optional<std::string> ownerID;       // the device that started the session
+    std::optional<MasterInstant> endedForAll; // the owner ended the session for everyone
+    std::vector<Camera> cameras;              // in the order first seen
+    std::vector<SyncEvent> events;            // ascending `at`
 
     static constexpr std::string_view fileExtension = "korvalume";
 
     // A new session: a fresh id, the machine's current UTC offset as `zone`, nothing logged.
-    static SessionDoc newSession(std::string name, FrameRate fps, double startedAt,
+    static SessionDoc newSession(std::string name, FrameRate fps, MasterInstant startedAt,
                                  std::optional<std::string> ownerID);
 
     // ---- Queries ----

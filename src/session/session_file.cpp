@@ -68,14 +68,14 @@ void appendCamera(std::string& out, const Camera& camera) {
     appendBool(out, camera.removed);
     out += ',';
     appendKey(out, "updatedAt");
-    jsontext::appendDouble(out, camera.updatedAt, "updatedAt");
+    jsontext::appendDouble(out, camera.updatedAt.seconds, "updatedAt");
     out += '}';
 }
 
 void appendEvent(std::string& out, const SyncEvent& event) {
     out += '{';
     appendKey(out, "at");
-    jsontext::appendDouble(out, event.at, "at");
+    jsontext::appendDouble(out, event.at.seconds, "at");
     if (event.cameraID) {
         out += ',';
         appendKey(out, "cameraID");
@@ -200,7 +200,7 @@ Camera readCamera(Reader& reader, Value& value) {
                 camera.removed = reader.readBool(member, "removed");
         } else if (key == "updatedAt") {
             if (!reader.skipNull(member))
-                camera.updatedAt = reader.readDouble(member, "updatedAt");
+                camera.updatedAt = MasterInstant(reader.readDouble(member, "updatedAt"));
         } else {
             reader.skipValue(member);
         }
@@ -227,7 +227,7 @@ SyncEvent readEvent(Reader& reader, Value& value) {
             event.kind = readCase<SyncEvent::Kind>(reader, member, "kind", SyncEvent::parseKind);
             hasKind = true;
         } else if (key == "at") {
-            event.at = reader.readDouble(member, "at");
+            event.at = MasterInstant(reader.readDouble(member, "at"));
             hasAt = true;
         } else if (key == "cameraID") {
             event.cameraID = reader.skipNull(member)
@@ -295,16 +295,17 @@ SessionDoc readDoc(Reader& reader) {
             doc.name = reader.readString(member, "name");
             seen[4] = true;
         } else if (key == "startedAt") {
-            doc.startedAt = reader.readDouble(member, "startedAt");
+            doc.startedAt = MasterInstant(reader.readDouble(member, "startedAt"));
             seen[5] = true;
         } else if (key == "endedAt") {
             doc.endedAt = reader.skipNull(member)
                               ? std::nullopt
-                              : std::optional(reader.readDouble(member, "endedAt"));
+                              : std::optional(MasterInstant(reader.readDouble(member, "endedAt")));
         } else if (key == "endedForAll") {
-            doc.endedForAll = reader.skipNull(member)
-                                  ? std::nullopt
-                                  : std::optional(reader.readDouble(member, "endedForAll"));
+            doc.endedForAll =
+                reader.skipNull(member)
+                    ? std::nullopt
+                    : std::optional(MasterInstant(reader.readDouble(member, "endedForAll")));
         } else if (key == "zone") {
             doc.zone = reader.skipNull(member) ? std::nullopt
                                                : std::optional(reader.readInt(member, "zone"));
@@ -345,12 +346,12 @@ Result<std::string> encoded(const SessionDoc& doc) {
         if (doc.endedAt) {
             out += ',';
             appendKey(out, "endedAt");
-            jsontext::appendDouble(out, *doc.endedAt, "endedAt");
+            jsontext::appendDouble(out, doc.endedAt->seconds, "endedAt");
         }
         if (doc.endedForAll) {
             out += ',';
             appendKey(out, "endedForAll");
-            jsontext::appendDouble(out, *doc.endedForAll, "endedForAll");
+            jsontext::appendDouble(out, doc.endedForAll->seconds, "endedForAll");
         }
         out += ',';
         appendKey(out, "events");
@@ -383,7 +384,7 @@ Result<std::string> encoded(const SessionDoc& doc) {
         }
         out += ',';
         appendKey(out, "startedAt");
-        jsontext::appendDouble(out, doc.startedAt, "startedAt");
+        jsontext::appendDouble(out, doc.startedAt.seconds, "startedAt");
         if (doc.zone) {
             out += ',';
             appendKey(out, "zone");
@@ -403,9 +404,11 @@ Result<SessionDoc> decode(std::string_view data) {
     } catch (const JsonTextError& error) {
         return Result<SessionDoc>::failure(ErrorKind::unreadable, error.what());
     } catch (const std::bad_alloc&) {
-        return Result<SessionDoc>::failure(ErrorKind::unreadable, "not enough memory to read the log");
+        return Result<SessionDoc>::failure(ErrorKind::unreadable,
+                                           "not enough memory to read the log");
     } catch (const std::length_error&) {
-        return Result<SessionDoc>::failure(ErrorKind::unreadable, "not enough memory to read the log");
+        return Result<SessionDoc>::failure(ErrorKind::unreadable,
+                                           "not enough memory to read the log");
     }
 }
 

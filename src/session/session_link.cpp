@@ -156,7 +156,7 @@ std::optional<SessionLink> fromArrayForm(std::string_view payload) {
                                    link.fps.ntsc = readInt(reader, element) == 1;
                                    break;
                                case 5:
-                                   link.startedAt = readDouble(reader, element);
+                                   link.startedAt = MasterInstant(readDouble(reader, element));
                                    break;
                                // The optional tail is taken where it has the right type, else left
                                // out.
@@ -239,8 +239,8 @@ std::optional<SessionLink> fromKeyedForm(std::string_view payload) {
             const auto uuid = Uuid::parse(id.value);
             if (!uuid)
                 return std::nullopt;
-            return SessionLink{*uuid,           name.value, fps.value,
-                               startedAt.value, zone.value, ownerID.value};
+            return SessionLink{*uuid,      name.value,   fps.value, MasterInstant(startedAt.value),
+                               zone.value, ownerID.value};
         });
 }
 
@@ -272,7 +272,7 @@ std::string SessionLink::url() const {
         jsontext::appendInt(array, fps.timebase);
         array += fps.ntsc ? ",1," : ",0,";
         // std::round rounds halves away from zero.
-        jsontext::appendDouble(array, std::round(startedAt * 1000) / 1000, "startedAt");
+        jsontext::appendDouble(array, std::round(startedAt.seconds * 1000) / 1000, "startedAt");
         array += ',';
         if (zone)
             jsontext::appendInt(array, *zone);
@@ -315,7 +315,7 @@ void to_json(nlohmann::json& out, const SessionLink& link) {
     out = nlohmann::json{{"id", link.id.string()},
                          {"name", link.name},
                          {"fps", link.fps},
-                         {"startedAt", link.startedAt}};
+                         {"startedAt", link.startedAt.seconds}};
     if (link.zone)
         out["zone"] = *link.zone;
     if (link.ownerID)
@@ -330,7 +330,8 @@ std::hash<korvalume::SessionLink>::operator()(const korvalume::SessionLink& link
     std::size_t h = std::hash<korvalume::Uuid>{}(link.id);
     for (std::size_t part :
          {std::hash<std::string>{}(link.name), std::hash<korvalume::FrameRate>{}(link.fps),
-          std::hash<double>{}(link.startedAt), std::hash<std::optional<std::int64_t>>{}(link.zone),
+          std::hash<korvalume::MasterInstant>{}(link.startedAt),
+          std::hash<std::optional<std::int64_t>>{}(link.zone),
           std::hash<std::optional<std::string>>{}(link.ownerID)})
         h = hashCombine(h, part);
     return h;

@@ -20,7 +20,7 @@ struct SessionLink {
     Uuid id;
     std::string name;
     FrameRate fps;
-    double startedAt = 0;
+    MasterInstant startedAt;
     std::optional<std::int64_t> zone; // seconds east of UTC
     std::optional<std::string> ownerID;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "session/uuid.h"
+#include "time/master_instant.h"
 
 #include <optional>
 #include <string>
@@ -15,7 +16,7 @@ struct SyncEvent {
     Uuid id;
     std::optional<Uuid> cameraID; // absent for session-wide events such as markers
     Kind kind = Kind::marker;
-    double at = 0;
+    MasterInstant at;
     // The camera's timecode as read at `at`, as text ("10:00:00:00"). It is kept as
     // written; users parse it with Timecode::parse and the checked arithmetic.
     std::optional<std::string> timecode;

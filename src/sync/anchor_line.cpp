@@ -22,7 +22,7 @@ constexpr int stepwiseWrapLimit = 1024;
 
 AnchorLine::Point AnchorLine::point(const Anchor& anchor) const {
     double position = anchor.position(rate_);
-    double offset = anchor.at - position;
+    double offset = anchor.at.seconds - position;
     // A scan after midnight of a clock first seen before it: count its timecode on from the
     // first anchor's day, so that both describe one clock.
     if (!given_.empty()) {
@@ -37,7 +37,7 @@ AnchorLine::Point AnchorLine::point(const Anchor& anchor) const {
             }
         }
     }
-    return {position, offset, anchor.at, anchor.created};
+    return {position, offset, anchor.at.seconds, anchor.created.seconds};
 }
 
 AnchorLine::AnchorLine(std::span<const Anchor> anchors, const FrameRate& rate) : rate_(rate) {
@@ -90,8 +90,8 @@ double AnchorLine::wrapNear(double result, double reference, double day) const {
     return result;
 }
 
-double AnchorLine::place(double t, bool consistent, std::optional<double> created,
-                         std::optional<double> day) const {
+MasterInstant AnchorLine::place(double t, bool consistent, std::optional<MasterInstant> created,
+                                std::optional<double> day) const {
     if (given_.empty()) {
         programmingError("a clip was placed without anchors");
     }
@@ -132,16 +132,16 @@ double AnchorLine::place(double t, bool consistent, std::optional<double> create
         std::optional<double> best;
         for (const Point& anchor : given_) {
             const double placed = wrapNear(t + anchor.offset, anchor.at, clipDay);
-            if (!best || std::abs(placed - *created) < std::abs(*best - *created))
+            if (!best || std::abs(placed - created->seconds) < std::abs(*best - created->seconds))
                 best = placed;
         }
-        return *best;
+        return MasterInstant(*best);
     } else {
         offset = sorted_.back().offset;
         reference = sorted_.back().at;
     }
-    return wrapNear(t + offset, reference,
-                    day.value_or(double(rate_.tcBase()) * 86400 / rate_.tcFps()));
+    return MasterInstant(wrapNear(t + offset, reference,
+                                  day.value_or(double(rate_.tcBase()) * 86400 / rate_.tcFps())));
 }
 
 } // namespace korvalume::syncmap

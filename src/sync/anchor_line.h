@@ -26,10 +26,12 @@ public:
     // place of `t` with these anchors at this line's rate, wrapping by `day` seconds (the
     // real length of 24 hours of the clip's own timecode; this rate's non-drop day when
     // absent). Requires !empty().
-    double place(double t, bool consistent, std::optional<double> created,
-                 std::optional<double> day = std::nullopt) const;
+    MasterInstant place(double t, bool consistent, std::optional<MasterInstant> created,
+                        std::optional<double> day = std::nullopt) const;
 
 private:
+    // Master-clock seconds and timecode seconds side by side: an offset is the one
+    // minus the other, so the line works in plain doubles.
     struct Point {
         double position = 0;
         double offset = 0;

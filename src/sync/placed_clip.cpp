@@ -40,7 +40,7 @@ std::size_t
 std::hash<korvalume::PlacedClip>::operator()(const korvalume::PlacedClip& clip) const noexcept {
     using korvalume::hashCombine;
     std::size_t h = std::hash<korvalume::ClipFile>{}(clip.file);
-    h = hashCombine(h, std::hash<std::optional<double>>{}(clip.start));
+    h = hashCombine(h, std::hash<std::optional<korvalume::MasterInstant>>{}(clip.start));
     h = hashCombine(h, static_cast<std::size_t>(clip.method));
     return hashCombine(h, std::hash<std::optional<std::string>>{}(clip.note));
 }

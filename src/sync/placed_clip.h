@@ -22,7 +22,7 @@ struct PlacedClip {
     };
 
     ClipFile file;
-    std::optional<double> start; // master-clock seconds; absent when not placed
+    std::optional<MasterInstant> start; // absent when not placed
     Method method = Method::unplaced;
     std::optional<std::string> note; // why the file was not placed; absent otherwise
 

@@ -40,8 +40,11 @@ constexpr std::string_view noMatchingRecordingNote = "No matching logged recordi
 struct FileFacts {
     const ClipFile* file = nullptr;
     std::string name;
-    std::optional<double> created; // a date that is not a number counts as none
-    FrameRate rate;                // the file's own, else the session's
+    // The file's own recording date, read as a master-clock instant: a camera's clock is
+    // near enough to tell which of two timecode clocks a clip was shot under. A date that
+    // is not a number counts as none.
+    std::optional<MasterInstant> created;
+    FrameRate rate; // the file's own, else the session's
     // Seconds since 00:00:00:00; absent when the file has no timecode, or one
     // that cannot be counted at its rate.
     std::optional<double> startSeconds;
@@ -70,7 +73,7 @@ std::vector<FileFacts> orderedFiles(std::span<const ClipFile> files, const Frame
         fact.file = &file;
         fact.name = file.name();
         if (file.created && !std::isnan(*file.created))
-            fact.created = file.created;
+            fact.created = MasterInstant(*file.created);
         fact.rate = file.rate.value_or(sessionRate);
         fact.startSeconds = startSeconds(file, fact.rate);
         fact.day = timecodeDay(file, fact.rate);
@@ -152,7 +155,7 @@ std::optional<std::size_t> fileForOpenEnded(std::size_t recordingIndex,
         for (std::size_t f = 0; f < files.size(); ++f) {
             if (used[f] || files[f].file->slowMotion || !files[f].startSeconds)
                 continue;
-            const double start =
+            const MasterInstant start =
                 matched.place(*files[f].startSeconds, true, std::nullopt, files[f].day);
             if (std::abs(start - recording.start) < openEndedStartTolerance)
                 return f;
@@ -266,15 +269,16 @@ bool isConsistent(std::span<const Anchor> anchors, const FrameRate& rate) {
     return AnchorLine(anchors, rate).consistent();
 }
 
-double place(double t, std::span<const Anchor> anchors, const FrameRate& rate, bool consistent,
-             std::optional<double> created, std::optional<double> day) {
+MasterInstant place(double t, std::span<const Anchor> anchors, const FrameRate& rate,
+                    bool consistent, std::optional<MasterInstant> created,
+                    std::optional<double> day) {
     return AnchorLine(anchors, rate).place(t, consistent, created, day);
 }
 
 double timecodeDay(const ClipFile& file, const FrameRate& rate) {
     if (file.startTCSeconds || !file.startTC)
         return 86400;
-    return Anchor{0, file.startTC, std::nullopt, 0}.dayAt(rate);
+    return Anchor{MasterInstant(), file.startTC, std::nullopt, MasterInstant()}.dayAt(rate);
 }
 
 CameraPlan plan(const Camera& camera, std::span<const ClipFile> files, const SessionDoc& doc) {
@@ -291,7 +295,7 @@ CameraPlan plan(const Camera& camera, std::span<const ClipFile> files, const Ses
     const auto scans = scanAnchors(doc, camera.id, rates);
 
     std::vector<Anchor> learned;
-    std::unordered_map<std::string, double> loggedStarts;
+    std::unordered_map<std::string, MasterInstant> loggedStarts;
     if (!recordings.empty()) {
         auto pairing = pairFiles(ordered, recordings, cameraRate);
         for (const auto& pair : pairing.pairs)
@@ -327,7 +331,8 @@ CameraPlan plan(const Camera& camera, std::span<const ClipFile> files, const Ses
             const AnchorLine& line = lines.at(file.rate);
             const bool consistent = line.consistent();
             timecodeChanged = timecodeChanged || !consistent;
-            const double start = line.place(*file.startSeconds, consistent, file.created, file.day);
+            const MasterInstant start =
+                line.place(*file.startSeconds, consistent, file.created, file.day);
             if (byScans) {
                 placed.method = PlacedClip::Method::timecode;
                 placed.start = start;

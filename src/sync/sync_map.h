@@ -19,10 +19,10 @@ namespace korvalume::syncmap {
 
 // One observed pairing of a master-clock instant with the camera's timecode.
 struct Anchor {
-    double at = 0;                    // master-clock time of the observation
+    MasterInstant at;                 // when observed
     std::optional<Timecode> timecode; // timecode read at `at` (scan anchors)
     std::optional<double> exact; // timecode at `at` as seconds since 00:00:00:00 (clip anchors)
-    double created = 0;          // when observed
+    MasterInstant created;       // when the observation was made
     // The real length of 24 hours of the timecode observed, when known (clip anchors);
     // otherwise that of the timecode's kind at the rate.
     std::optional<double> day = std::nullopt;
@@ -31,7 +31,7 @@ struct Anchor {
     // seconds, else 0. A timecode whose count overflows at `rate` counts as 0 too.
     double position(const FrameRate& rate) const;
     // Master-clock time minus timecode time; constant for a clock that runs in step.
-    double offset(const FrameRate& rate) const { return at - position(rate); }
+    double offset(const FrameRate& rate) const { return at.seconds - position(rate); }
     // How far apart the same clock's offsets lie across midnight, in seconds.
     double dayAt(const FrameRate& rate) const;
 
@@ -48,8 +48,9 @@ bool isConsistent(std::span<const Anchor> anchors, const FrameRate& rate);
 // disagreeing ones (a timecode reset) give the place nearest `created`, the file's own
 // recording date (or that of the anchor latest in timecode without it). The result lies within half
 // a timecode day of the anchor it came from. `anchors` must not be empty.
-double place(double t, std::span<const Anchor> anchors, const FrameRate& rate, bool consistent,
-             std::optional<double> created, std::optional<double> day = std::nullopt);
+MasterInstant place(double t, std::span<const Anchor> anchors, const FrameRate& rate,
+                    bool consistent, std::optional<MasterInstant> created,
+                    std::optional<double> day = std::nullopt);
 
 // The real length in seconds of 24 hours of a file's own timecode, the day that its
 // starts wrap by: 24:00:00:00 counted at the rate's base (with drop-frame when the

@@ -13,22 +13,22 @@ namespace korvalume::mastertime {
 
 namespace {
 
-int offsetAt(double t, const QTimeZone& zone) {
-    if (!std::isfinite(t))
+int offsetAt(MasterInstant t, const QTimeZone& zone) {
+    if (!t.isFinite())
         return 0;
     // Outside QDateTime's range the offset at the nearest representable moment is used.
-    const double ms = std::clamp(std::floor(t) * 1000.0, -8.0e15, 8.0e15);
+    const double ms = std::clamp(std::floor(t.seconds) * 1000.0, -8.0e15, 8.0e15);
     return zone.offsetFromUtc(QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(ms), Qt::UTC));
 }
 
 } // namespace
 
-double secondsOfDay(double t, const QTimeZone& zone) {
-    const double local = t + offsetAt(t, zone);
+double secondsOfDay(MasterInstant t, const QTimeZone& zone) {
+    const double local = t.seconds + offsetAt(t, zone);
     return local - std::floor(local / 86400.0) * 86400.0;
 }
 
-Timecode timeOfDay(double t, const FrameRate& rate, const QTimeZone& zone) {
+Timecode timeOfDay(MasterInstant t, const FrameRate& rate, const QTimeZone& zone) {
     const double s = secondsOfDay(t, zone);
     const std::int64_t base = rate.tcBase();
     if (!std::isfinite(s) || base < 1) {
@@ -38,16 +38,6 @@ Timecode timeOfDay(double t, const FrameRate& rate, const QTimeZone& zone) {
     const double part = (s - double(whole)) * double(base);
     const std::int64_t frames = std::min(base - 1, static_cast<std::int64_t>(part));
     return Timecode{whole / 3600, (whole / 60) % 60, whole % 60, frames, false};
-}
-
-double instant(double secondsOfDayValue, double near, const QTimeZone& zone) {
-    const double dayStart = near - secondsOfDay(near, zone);
-    double c = dayStart + secondsOfDayValue;
-    if (c - near > 43200)
-        c -= 86400;
-    if (near - c > 43200)
-        c += 86400;
-    return c;
 }
 
 std::string clock(double duration) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "time/frame_rate.h"
+#include "time/master_instant.h"
 #include "time/timecode.h"
 
 #include <QTimeZone>
@@ -8,16 +9,15 @@
 #include <optional>
 #include <string>
 
-// Conversions between master-clock instants (double seconds since
-// 1970-01-01 00:00 UTC) and the local wall-clock day of a zone.
+// Conversions between master-clock instants and the local wall-clock day of a zone.
 namespace korvalume::mastertime {
 
 // Seconds since local midnight, in [0, 86400); daylight saving is that of t itself.
-double secondsOfDay(double t, const QTimeZone& zone = QTimeZone::systemTimeZone());
+double secondsOfDay(MasterInstant t, const QTimeZone& zone = QTimeZone::systemTimeZone());
 
 // The label a free-running time-of-day timecode shows at t: nominal base,
 // never drop-frame, no NTSC slow-down. Requires a finite t.
-Timecode timeOfDay(double t, const FrameRate& rate,
+Timecode timeOfDay(MasterInstant t, const FrameRate& rate,
                    const QTimeZone& zone = QTimeZone::systemTimeZone());
 
 // The instant with local time of day `secondsOfDay` lying within half a day of `near`.

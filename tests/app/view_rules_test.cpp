@@ -9,7 +9,7 @@ using namespace korvalume::viewrules;
 
 namespace {
 
-constexpr double start = 1'763'200'000.0; // 2025-11-15 09:46:40 UTC
+constexpr MasterInstant start(1'763'200'000.0); // 2025-11-15 09:46:40 UTC
 
 using korvalume::testing::camera;
 using korvalume::testing::event;
@@ -18,7 +18,7 @@ SessionDoc session() {
     return korvalume::testing::session("SHOOT 15 NOV", FrameRate::pal(), start, 0);
 }
 
-PlacedClip placed(std::optional<double> at, double duration) {
+PlacedClip placed(std::optional<MasterInstant> at, double duration) {
     namespace build = korvalume::testing;
     auto file = build::movie("/cards/A/" + std::to_string(duration) + ".mp4", duration);
     return at ? build::placedAt(file, *at, PlacedClip::Method::logged) : build::notPlaced(file);

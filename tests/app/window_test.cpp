@@ -146,7 +146,7 @@ TEST_F(WindowTest, OpenedLogsShowTheSessionAndExportWaitsForAPlacedClip) {
     ShootLog shoot("HARBOUR", FrameRate::pal(), start - 60);
     shoot.recording(shoot.camera("CAM A"), start, start + 2);
     shoot.camera("CAM B");
-    shoot.doc.endedAt = start + 600;
+    shoot.doc.endedAt = MasterInstant(start + 600);
     const auto first = shoot.write(desk.dir.file("a.korvalume"));
     shoot.add(SyncEvent::Kind::marker, std::nullopt, start + 30);
     const auto other = shoot.write(desk.dir.file("b.korvalume"));
@@ -174,7 +174,7 @@ TEST_F(WindowTest, ADeskThatDidNotStartTheSessionOffersToStopWatching) {
     Desk desk;
     show(*desk);
     SessionDoc started = session("DAY 2");
-    started.startedAt = desk.wallClock - 100;
+    started.startedAt = MasterInstant(desk.wallClock - 100);
     started.ownerID = "0WNE0000-0000-4000-8000-000000000009";
     desk->join(SessionLink::from(started));
     ASSERT_TRUE(QTest::qWaitFor([&] { return item("liveView") != nullptr; }, waitMs));

@@ -61,8 +61,8 @@ struct TestShoot : testing::ShootLog {
         const auto& clip = clips.at(name);
         ASSERT_TRUE(clip.start) << clip.note.value_or("");
         EXPECT_EQ(clip.method, PlacedClip::Method::timecode);
-        EXPECT_LT(std::abs(*clip.start - trueStart), 1 / fps)
-            << "placed " << *clip.start - trueStart << " s from its true start";
+        const double error = *clip.start - MasterInstant(trueStart);
+        EXPECT_LT(std::abs(error), 1 / fps) << "placed " << error << " s from its true start";
     }
 };
 

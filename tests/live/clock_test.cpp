@@ -166,9 +166,9 @@ TEST(Clock, TheSampleWithTheSmallestDelayIsTaken) {
     test.clock->begin(Uuid::random());
     EXPECT_EQ(test.asked, 4);
     EXPECT_EQ(state(*test.clock), std::pair(2.0, Source::server));
-    EXPECT_EQ(test.clock->now(), test.wall + 2.0);
+    EXPECT_EQ(test.clock->now(), MasterInstant(test.wall + 2.0));
     // A frame stamped a quarter second ago on the monotonic clock.
-    EXPECT_DOUBLE_EQ(test.clock->time(test.monotonic - 0.25), test.wall + 2.0 - 0.25);
+    EXPECT_DOUBLE_EQ(test.clock->time(test.monotonic - 0.25).seconds, test.wall + 2.0 - 0.25);
 }
 
 TEST(Clock, ADeadServerLeavesTheClockAsItWasWithOneRetryOnly) {
@@ -235,7 +235,7 @@ TEST(Clock, StoredStateOfTheSameSession) {
     MasterClock restarted({.sampler = test.sampler, .settings = &test.settings});
     restarted.begin(session);
     EXPECT_EQ(state(restarted), std::pair(0.75, Source::master));
-    EXPECT_EQ(restarted.setAt(), test.wall + 0.75);
+    EXPECT_EQ(restarted.setAt(), MasterInstant(test.wall + 0.75));
     EXPECT_TRUE(test.waiting.empty());
 
     // Another session resets and asks the server.

@@ -20,7 +20,8 @@ using testing::application;
 
 // A live log of `session` with `markers` marker events, owned by `owner`.
 inline SessionDoc sampleLog(const Uuid& session, const std::string& owner, int markers = 1) {
-    SessionDoc doc{.id = session, .name = "DAY 1", .fps = {25, false}, .startedAt = 1.7e9};
+    SessionDoc doc{
+        .id = session, .name = "DAY 1", .fps = {25, false}, .startedAt = MasterInstant(1.7e9)};
     doc.ownerID = owner;
     for (int i = 0; i < markers; ++i) {
         const std::string label = owner + " MARK " + std::to_string(i + 1);

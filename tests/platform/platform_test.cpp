@@ -62,9 +62,9 @@ TEST_F(PlatformTest, TheDeviceKeepsOneIdentityAndTheOperatorNameGivesTheDisplayN
 // What a phone's camera needs: whole pixels per module inside a quiet zone of four white
 // modules. The window test reads the code back from the screen with zbarimg.
 TEST_F(PlatformTest, TheJoinCodeHasWholeModulesAndItsQuietZone) {
-    const SessionDoc doc =
-        SessionDoc::newSession("NIGHT EXTERIOR / DAY 2", FrameRate{24, true}, 1'718'442'000.5,
-                               "DE5C0000-0000-4000-8000-000000000001");
+    const SessionDoc doc = SessionDoc::newSession("NIGHT EXTERIOR / DAY 2", FrameRate{24, true},
+                                                  MasterInstant(1'718'442'000.5),
+                                                  "DE5C0000-0000-4000-8000-000000000001");
     const QString link = QString::fromStdString(SessionLink::from(doc).url());
     const QImage image = platform::qrCode(link).convertToFormat(QImage::Format_RGB32);
     const auto modules = QrModules::encode(link);

@@ -33,19 +33,19 @@ TEST(Combining, KeepsIdentityTakesTheLaterEndAndIgnoresOtherSessions) {
     SessionDoc doc = session("SHOOT 15 NOV", FrameRate::pal(), 1'700'000'000, 3600);
     SessionDoc other = session("OTHER NAME", FrameRate{30, true}, 1, -3600);
     other.ownerID = "DESK";
-    other.endedAt = 100;
-    other.endedForAll = 90;
+    other.endedAt = MasterInstant(100);
+    other.endedForAll = MasterInstant(90);
     SessionDoc expected = doc;
     expected.ownerID = "DESK";
-    expected.endedAt = 100;
-    expected.endedForAll = 90;
+    expected.endedAt = MasterInstant(100);
+    expected.endedForAll = MasterInstant(90);
     merge(doc, other);
-    other.endedAt = 50;
+    other.endedAt = MasterInstant(50);
     other.ownerID = "PHONE"; // an owner, once known, stays
     merge(doc, other);
     other.id = uuidNumber(77);
     other.events = {event(1, marker, 1)};
-    other.endedAt = 200;
+    other.endedAt = MasterInstant(200);
     merge(doc, other);
     EXPECT_EQ(doc, expected);
 
@@ -53,18 +53,18 @@ TEST(Combining, KeepsIdentityTakesTheLaterEndAndIgnoresOtherSessions) {
     SessionDoc live = session();
     mergeLive(live, expected);
     EXPECT_FALSE(live.endedAt);
-    live.endedAt = 10;
+    live.endedAt = MasterInstant(10);
     mergeLive(live, expected);
-    EXPECT_EQ(live.endedAt, 10);
+    EXPECT_EQ(live.endedAt, MasterInstant(10));
 }
 
 TEST(Combining, CoversWhenTheOtherAddsNothingButItsEnd) {
     SessionDoc doc = session();
     doc.events = {event(1, recStart, 10, 1)};
     SessionDoc other = doc;
-    other.endedAt = 500;
+    other.endedAt = MasterInstant(500);
     EXPECT_TRUE(covers(doc, other));
-    other.endedForAll = 500;
+    other.endedForAll = MasterInstant(500);
     EXPECT_FALSE(covers(doc, other));
     other = doc;
     other.events.push_back(event(2, recStop, 20, 1));
@@ -82,18 +82,19 @@ TEST(Combining, FinishClosesThisDevicesRollingCamerasOpenEnded) {
     doc.events = {event(1, recStart, 10, 1), event(2, recStart, 10, 2), event(3, recStart, 10, 3),
                   event(4, recStart, 10, 4), event(5, recStop, 20, 2),  event(6, marker, 200)};
     SessionDoc expected = doc;
-    expected.endedAt = 100;
+    expected.endedAt = MasterInstant(100);
 
-    EXPECT_TRUE(finish(doc, "PHONE-1", 100, FinishScope::thisDevice));
+    EXPECT_TRUE(finish(doc, "PHONE-1", MasterInstant(100), FinishScope::thisDevice));
     ASSERT_EQ(doc.events.size(), 7u); // only CAM A's recording closes, with a fresh id
-    expected.events.insert(expected.events.begin() + 5,
-                           SyncEvent{doc.events[5].id, uuidNumber(1), linkLost, 100, {}, {}});
+    expected.events.insert(
+        expected.events.begin() + 5,
+        SyncEvent{doc.events[5].id, uuidNumber(1), linkLost, MasterInstant(100), {}, {}});
     EXPECT_EQ(doc, expected);
 
     // Finishing again only records the end for everyone, once.
-    EXPECT_FALSE(finish(doc, "PHONE-2", 300, FinishScope::everyone));
-    EXPECT_FALSE(finish(doc, "PHONE-2", 400, FinishScope::everyone));
-    expected.endedForAll = 300;
+    EXPECT_FALSE(finish(doc, "PHONE-2", MasterInstant(300), FinishScope::everyone));
+    EXPECT_FALSE(finish(doc, "PHONE-2", MasterInstant(400), FinishScope::everyone));
+    expected.endedForAll = MasterInstant(300);
     EXPECT_EQ(doc, expected);
 }
 

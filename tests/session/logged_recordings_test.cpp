@@ -27,7 +27,8 @@ SessionDoc logOf(std::vector<std::pair<SyncEvent::Kind, double>> ownEvents) {
 LoggedClip clip(const SessionDoc& doc, std::size_t ownIndex, std::optional<double> end,
                 bool openEnded = false) {
     const auto& start = doc.events[ownIndex * 4];
-    return LoggedClip{start.id, uuidNumber(1), start.at, end, openEnded};
+    return LoggedClip{start.id, uuidNumber(1), start.at,
+                      end ? std::optional(MasterInstant(*end)) : std::nullopt, openEnded};
 }
 
 } // namespace
@@ -53,21 +54,25 @@ TEST(LoggedRecordings, SummaryFollowsTheFirstRuleThatApplies) {
     const Camera bluetooth = camera(1, "CAM A", Camera::Link::bluetooth);
     const Camera wifi = camera(2, "CAM B", Camera::Link::wifi);
     const Camera scanOnly = camera(3, "CAM C", Camera::Link::scan);
-    EXPECT_EQ(summary(doc, bluetooth, 100), (CameraSummary{"STANDBY", false, false}));
-    EXPECT_EQ(summary(doc, wifi, 100), (CameraSummary{"SCAN NEEDED", false, true}));
+    EXPECT_EQ(summary(doc, bluetooth, MasterInstant(100)),
+              (CameraSummary{"STANDBY", false, false}));
+    EXPECT_EQ(summary(doc, wifi, MasterInstant(100)), (CameraSummary{"SCAN NEEDED", false, true}));
 
     doc.events = {event(1, tcScan, 10, 3), event(2, tcScan, 40, 3), event(3, recStart, 50, 2),
                   event(4, linkLost, 60, 1), event(5, tcScan, 70, 1)};
-    EXPECT_EQ(summary(doc, scanOnly, 100), (CameraSummary{"TC LOCKED 01:00 AGO", false, false}));
-    EXPECT_EQ(summary(doc, wifi, 3700), (CameraSummary{"ROLLING 1:00:50", true, false}));
+    EXPECT_EQ(summary(doc, scanOnly, MasterInstant(100)),
+              (CameraSummary{"TC LOCKED 01:00 AGO", false, false}));
+    EXPECT_EQ(summary(doc, wifi, MasterInstant(3700)),
+              (CameraSummary{"ROLLING 1:00:50", true, false}));
     // A scan after a link loss does not bring the link back.
-    EXPECT_EQ(summary(doc, bluetooth, 100),
+    EXPECT_EQ(summary(doc, bluetooth, MasterInstant(100)),
               (CameraSummary{"LINK LOST / USING TIMECODE", false, true}));
     doc.events.push_back(event(6, recStart, 80, 1));
     doc.events.push_back(event(7, recStop, 90, 1));
-    EXPECT_EQ(summary(doc, bluetooth, 100), (CameraSummary{"STANDBY", false, false}));
+    EXPECT_EQ(summary(doc, bluetooth, MasterInstant(100)),
+              (CameraSummary{"STANDBY", false, false}));
 
     // Instants far apart in a damaged log don't end the process.
     doc.events = {event(8, recStart, -1.7e308, 1)};
-    EXPECT_TRUE(summary(doc, bluetooth, 1.7e308).rolling);
+    EXPECT_TRUE(summary(doc, bluetooth, MasterInstant(1.7e308)).rolling);
 }

@@ -45,14 +45,15 @@ TEST(SessionFile, WritesSortedCompactJsonAndReadsEveryFieldBack) {
     EXPECT_EQ(encode(doc), expected);
     EXPECT_EQ(decode(expected), doc); // absent optionals stay absent
 
-    doc.endedAt = 1700003600.5;
-    doc.endedForAll = 1700003601.25;
+    doc.endedAt = MasterInstant(1700003600.5);
+    doc.endedForAll = MasterInstant(1700003601.25);
     doc.zone = -18000;
     doc.ownerID = "DESK-1";
     doc.cameras = {{uuidNumber(1), Camera::Kind::recorder, "CAM A", "FX6", Camera::Link::wifi,
                     "10.0.0.7", "PHONE-1", "Ana's \"phone\"", "line 1\nline 2\ttab \u00e9", true,
-                    1700000001.5}};
-    doc.events = {{uuidNumber(2), uuidNumber(1), tcScan, 1700000010.04, "10:00:00;12", "x"}};
+                    MasterInstant(1700000001.5)}};
+    doc.events = {
+        {uuidNumber(2), uuidNumber(1), tcScan, MasterInstant(1700000010.04), "10:00:00;12", "x"}};
     const std::string bytes = encode(doc);
     // nlohmann's compact dump sorts keys bytewise: equal bytes mean ours are sorted too.
     EXPECT_EQ(bytes, nlohmann::json::parse(bytes).dump());
@@ -75,7 +76,7 @@ TEST(SessionFile, DoublesTravelBitForBitInTheirShortestForm) {
     const SessionDoc decoded = decode(bytes);
     ASSERT_EQ(decoded.events.size(), values.size());
     for (std::size_t i = 0; i < values.size(); ++i)
-        ASSERT_EQ(bits(decoded.events[i].at), bits(values[i])) << values[i];
+        ASSERT_EQ(bits(decoded.events[i].at.seconds), bits(values[i])) << values[i];
     for (const char* at : {R"("at":1700000000,)", R"("at":1700000000.12345,)", R"("at":1e-07,)"})
         EXPECT_NE(bytes.find(at), std::string::npos) << at;
 
@@ -83,7 +84,7 @@ TEST(SessionFile, DoublesTravelBitForBitInTheirShortestForm) {
     const SessionDoc tiny = decode(R"({"cameras":[],"events":[],"fps":{"ntsc":false,)"
                                    R"("timebase":25},"id":"3F2A9C1D-0000-4000-8000-)"
                                    R"(00000000BEEF","name":"X","startedAt":-1e-400})");
-    EXPECT_EQ(bits(tiny.startedAt), bits(-0.0));
+    EXPECT_EQ(bits(tiny.startedAt.seconds), bits(-0.0));
 }
 
 TEST(SessionFile, EncodingRefusesWhatJsonCannotHold) {
@@ -105,7 +106,7 @@ TEST(SessionFile, OlderCamerasWithOnlyIdNameAndLinkOpen) {
         std::string(sessionKeys) + "}";
     SessionDoc expected = session();
     expected.cameras = {camera(1, "CAM A", Camera::Link::scan), camera(2, "B", Camera::Link::wifi)};
-    expected.events = {{uuidNumber(9), std::nullopt, recStart, 3, {}, {}}};
+    expected.events = {{uuidNumber(9), std::nullopt, recStart, MasterInstant(3), {}, {}}};
     EXPECT_EQ(decode(text), expected);
 }
 

@@ -9,8 +9,8 @@ using namespace korvalume;
 namespace {
 
 const std::string sessionID = "3F2A9C1D-5B6E-4F70-8A9B-0C1D2E3F4A5B";
-const SessionLink sample{*Uuid::parse(sessionID), "SHOOT 15 NOV", FrameRate{30, true},
-                         1700000000.12345,        3600,           "DESK-1"};
+const SessionLink sample{*Uuid::parse(sessionID),         "SHOOT 15 NOV", FrameRate{30, true},
+                         MasterInstant(1700000000.12345), 3600,           "DESK-1"};
 
 std::string base64Url(const std::string& json, bool keepPadding = false) {
     QByteArray::Base64Options options = QByteArray::Base64UrlEncoding;
@@ -36,13 +36,14 @@ TEST(SessionLink, WebLinkCarriesTheVersionTwoArray) {
                                   R"(","SHOOT 15 NOV",30,1,1700000000.123,3600,"DESK-1"])"));
     link.zone.reset();
     link.ownerID.reset();
-    link.startedAt = -2.0005; // halves round away from zero
+    link.startedAt = MasterInstant(-2.0005); // halves round away from zero
     EXPECT_EQ(link.url(),
               webLink(R"([2,")" + sessionID + R"(","SHOOT 15 NOV",30,1,-2.001,null,null])"));
 }
 
 TEST(SessionLink, ReadsPaddedUnpaddedAndShortPayloadsLeavingOutAWrongTail) {
-    SessionLink expected{*Uuid::parse(sessionID), "", FrameRate{25, false}, 1, {}, {}};
+    SessionLink expected{*Uuid::parse(sessionID), "", FrameRate{25, false},
+                         MasterInstant(1),        {}, {}};
     // Payload lengths 0, 2 and 3 modulo 4 once the padding is dropped.
     for (const std::string name : {"A", "AB", "ABC"}) {
         const std::string json = R"([2,")" + sessionID + R"(",")" + name + R"(",25,0,1])";

@@ -2,7 +2,8 @@
 
 // Shoots built in code for every test: sessions, cameras and events with readable ids,
 // logs written where a test wants them, and clip records filled in by hand so that
-// placement and export are tested without media.
+// placement and export are tested without media. Instants are given as plain seconds on
+// the master clock, for readable tests.
 
 #include "media/clip_file.h"
 #include "session/session_doc.h"
@@ -19,6 +20,14 @@
 
 namespace korvalume::testing {
 
+// An instant as a test writes it: plain seconds on the master clock or a MasterInstant.
+struct At {
+    MasterInstant instant;
+    At(double seconds) : instant(seconds) {}
+    At(MasterInstant given) : instant(given) {}
+    operator MasterInstant() const { return instant; }
+};
+
 // A readable, stable id: number n in the last group.
 inline Uuid uuidNumber(unsigned n) {
     Uuid id;
@@ -29,7 +38,7 @@ inline Uuid uuidNumber(unsigned n) {
 }
 
 inline SessionDoc session(std::string name = "SHOOT 15 NOV", FrameRate fps = FrameRate::pal(),
-                          double startedAt = 1'700'000'000,
+                          At startedAt = 1'700'000'000,
                           std::optional<std::int64_t> zone = std::nullopt) {
     SessionDoc doc;
     doc.id = *Uuid::parse("3F2A9C1D-0000-4000-8000-00000000BEEF");
@@ -41,7 +50,7 @@ inline SessionDoc session(std::string name = "SHOOT 15 NOV", FrameRate fps = Fra
 }
 
 inline Camera camera(unsigned n, std::string name, Camera::Link link = Camera::Link::bluetooth,
-                     double updatedAt = 0) {
+                     At updatedAt = 0.0) {
     Camera c;
     c.id = uuidNumber(n);
     c.name = std::move(name);
@@ -50,16 +59,17 @@ inline Camera camera(unsigned n, std::string name, Camera::Link link = Camera::L
     return c;
 }
 
-inline SyncEvent event(unsigned n, SyncEvent::Kind kind, double at,
+inline SyncEvent event(unsigned n, SyncEvent::Kind kind, At at,
                        std::optional<unsigned> cameraNumber = std::nullopt) {
     std::optional<Uuid> cameraID;
     if (cameraNumber)
         cameraID = uuidNumber(*cameraNumber);
-    return {uuidNumber(1000000 + n), cameraID, kind, at, {}, {}};
+    return {uuidNumber(1000000 + n), cameraID, kind, at.instant, {}, {}};
 }
 
-inline void addMarker(SessionDoc& doc, double at, std::optional<std::string> label) {
-    doc.events.push_back({Uuid::random(), {}, SyncEvent::Kind::marker, at, {}, std::move(label)});
+inline void addMarker(SessionDoc& doc, At at, std::optional<std::string> label) {
+    doc.events.push_back(
+        {Uuid::random(), {}, SyncEvent::Kind::marker, at.instant, {}, std::move(label)});
 }
 
 // A session of its own (a fresh id) built camera by camera, as the phones log it.
@@ -67,7 +77,7 @@ struct ShootLog {
     SessionDoc doc;
 
     explicit ShootLog(std::string name = "QUAY", FrameRate fps = FrameRate::pal(),
-                      double startedAt = 1'700'000'000)
+                      At startedAt = 1'700'000'000.0)
         : doc(session(std::move(name), fps, startedAt, 0)) {
         doc.id = Uuid::random();
     }
@@ -81,14 +91,14 @@ struct ShootLog {
         doc.cameras.push_back(added);
         return added.id;
     }
-    void add(SyncEvent::Kind kind, std::optional<Uuid> camera, double at,
+    void add(SyncEvent::Kind kind, std::optional<Uuid> camera, At at,
              std::optional<std::string> timecode = std::nullopt) {
-        doc.events.push_back({Uuid::random(), camera, kind, at, std::move(timecode), {}});
+        doc.events.push_back({Uuid::random(), camera, kind, at.instant, std::move(timecode), {}});
     }
-    void scan(const Uuid& camera, double at, std::string timecode) {
+    void scan(const Uuid& camera, At at, std::string timecode) {
         add(SyncEvent::Kind::tcScan, camera, at, std::move(timecode));
     }
-    void recording(const Uuid& camera, double start, double end,
+    void recording(const Uuid& camera, At start, At end,
                    SyncEvent::Kind ending = SyncEvent::Kind::recStop) {
         add(SyncEvent::Kind::recStart, camera, start);
         add(ending, camera, end);
@@ -128,9 +138,9 @@ inline ClipFile wave(std::string path, double seconds, std::int64_t channels,
     return file;
 }
 
-inline PlacedClip placedAt(ClipFile file, double start,
+inline PlacedClip placedAt(ClipFile file, At start,
                            PlacedClip::Method method = PlacedClip::Method::timecode) {
-    return {std::move(file), start, method, std::nullopt};
+    return {std::move(file), start.instant, method, std::nullopt};
 }
 
 inline PlacedClip notPlaced(ClipFile file, std::string note = "No timecode found in this file.") {
@@ -146,6 +156,9 @@ inline CameraPlan cameraPlan(std::string name, std::vector<PlacedClip> clips) {
 } // namespace korvalume::testing
 
 namespace korvalume {
+inline void PrintTo(MasterInstant instant, std::ostream* out) {
+    *out << std::to_string(instant.seconds) << " s";
+}
 // Failures show a log as its JSON rather than raw bytes.
 inline void PrintTo(const SessionDoc& doc, std::ostream* out) {
     const auto bytes = sessionfile::encoded(doc);

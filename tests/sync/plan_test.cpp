@@ -38,7 +38,7 @@ struct Shoot : testing::ShootLog {
             std::ostringstream row;
             row << placed.file.name() << ' ' << label(placed.method) << std::setprecision(12);
             if (placed.start)
-                row << ' ' << std::round((*placed.start - tenAM) * 1e6) / 1e6;
+                row << ' ' << std::round((*placed.start - MasterInstant(tenAM)) * 1e6) / 1e6;
             if (placed.note)
                 row << ": " << *placed.note;
             rows.push_back(row.str());
@@ -152,7 +152,7 @@ TEST(Plan, OpenEndedRecordingWithoutAnchorsTakesALongEnoughFileBetweenItsNeighbo
                     "C0004.MP4 LOGGED 2000", "C0005.MP4 LOGGED 3000"}));
 
     // Logging ended 600 s in: the last file is 90 s short of that.
-    shoot.doc.endedAt = tenAM + 3600;
+    shoot.doc.endedAt = MasterInstant(tenAM + 3600);
     EXPECT_EQ(shoot.outcomes(files),
               (Rows{"C0001.MP4 LOGGED 0", "C0002.MP4" + noTimecode, "C0003.MP4 LOGGED 1000",
                     "C0004.MP4 LOGGED 2000", "C0005.MP4" + noTimecode, oneUnmatched}));
