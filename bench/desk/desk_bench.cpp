@@ -37,8 +37,8 @@ SessionDoc phoneLog(const SessionDoc& session, int events, int batch) {
 
 void BM_HostTakesInA1000EventLog(benchmark::State& state) {
     Desk desk;
-    desk->startLive(std::string("BENCH"), FrameRate{25, false});
-    const SessionDoc started = *desk->doc();
+    desk->live().start("BENCH", FrameRate{25, false});
+    const SessionDoc started = desk.doc();
 
     // A recorder with a planned card, so that every received log places its clips again.
     SessionDoc withRecorder = started;
@@ -68,10 +68,9 @@ void BM_HostTakesInA1000EventLog(benchmark::State& state) {
             .data(288000, 288000)
             .write(desk.dir.file("card/T" + std::to_string(100 + i) + ".WAV"));
     }
-    desk->receive(withRecorder);
-    desk->setFolder(recorder.id, desk.dir.path() + "/card");
-    if (!QTest::qWaitFor([&] { return !desk->isReading(recorder.id); }, waitMs) ||
-        desk->plans().empty()) {
+    desk->live().receive(withRecorder, {});
+    if (!desk->planner().setFolder(recorder.id, desk.dir.path() + "/card") ||
+        !desk.cardsRead(waitMs) || desk->planner().plans().empty()) {
         state.SkipWithError("the card was not read");
         return;
     }
@@ -80,7 +79,7 @@ void BM_HostTakesInA1000EventLog(benchmark::State& state) {
     phone.link.start(started.id);
     desk.link.connectTo(QHostAddress(QHostAddress::LocalHost), phone.link.listeningPort(),
                         phone.link.peerName());
-    if (!QTest::qWaitFor([&] { return !desk->connectedPeers().isEmpty(); }, waitMs)) {
+    if (!QTest::qWaitFor([&] { return !desk->live().peers().isEmpty(); }, waitMs)) {
         state.SkipWithError("the phone did not link");
         return;
     }
@@ -90,11 +89,11 @@ void BM_HostTakesInA1000EventLog(benchmark::State& state) {
         state.PauseTiming();
         const SessionDoc incoming = phoneLog(withRecorder, 1000, ++batch);
         state.ResumeTiming();
-        desk->receive(incoming);
+        desk->live().receive(incoming, {});
         // The save and the send to the phone happen on the next pass of the event loop.
         QCoreApplication::processEvents();
     }
-    state.counters["events_in_log"] = double(desk->doc()->events.size());
+    state.counters["events_in_log"] = double(desk.doc().events.size());
 }
 BENCHMARK(BM_HostTakesInA1000EventLog)->Unit(benchmark::kMillisecond)->Iterations(30);
 

@@ -2,10 +2,12 @@
 
 #include "app/model_binding.h"
 #include "app/view_rules.h"
+#include "base/qt_text.h"
 #include "desk/desk_model.h"
+#include "desk/desk_rules.h"
+#include "desk/desk_words.h"
+#include "platform/system_services.h"
 #include "session/session_doc.h"
-#include "sync/advice.h"
-#include "sync/placed_clip.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -16,11 +18,6 @@
 namespace korvalume {
 
 namespace {
-
-std::optional<std::string> folderOf(const DeskModel& model, const Uuid& cameraID) {
-    const auto found = model.folders().find(cameraID);
-    return found == model.folders().end() ? std::nullopt : std::optional(found->second);
-}
 
 constexpr auto lastFpsKey = "lastFps";
 } // namespace
@@ -39,10 +36,16 @@ DeskView::DeskView(QObject* parent) : QObject(parent), name_(DeskModel::defaultN
 }
 
 void DeskView::setModel(DeskModel* model) {
-    if (!bindModel(model_, model, this, [this] { emit changed(); }))
+    if (!rebind(model_, model, this))
         return;
+    if (model_)
+        connect(model_, &DeskModel::changed, this, &DeskView::changed);
     emit modelChanged();
     emit changed();
+}
+
+const SessionDoc* DeskView::doc() const {
+    return model_ ? model_->document().doc() : nullptr;
 }
 
 void DeskView::setFixedNow(qreal now) {
@@ -86,7 +89,7 @@ void DeskView::setConfirmEnd(bool up) {
 DeskView::Panel DeskView::panel() const {
     if (!model_)
         return Panel::Welcome;
-    switch (viewrules::panel(model_->hasDoc(), model_->isLive())) {
+    switch (viewrules::panel(model_->document().hasDoc(), model_->live().isLive())) {
     case viewrules::Panel::welcome:
         return Panel::Welcome;
     case viewrules::Panel::session:
@@ -99,56 +102,51 @@ DeskView::Panel DeskView::panel() const {
 
 QVariantList DeskView::steps() const {
     QVariantList list;
-    const bool hasDoc = model_ && model_->hasDoc();
-    const bool live = model_ && model_->isLive();
+    const bool hasDoc = doc() != nullptr;
+    const bool live = model_ && model_->live().isLive();
     for (const viewrules::Step& step : viewrules::steps(hasDoc, live))
         list.append(QVariantMap{{"title", qs(step.title)}, {"line", qs(step.line)}});
     return list;
 }
 
 QString DeskView::message() const {
-    return model_ ? model_->message() : QString();
+    return model_ ? model_->document().message() : QString();
 }
 bool DeskView::canExport() const {
-    return model_ && model_->canExport();
+    return model_ && model_->planner().canExport();
 }
 
 QString DeskView::sessionHeading() const {
-    const auto doc = model_ ? model_->doc() : std::nullopt;
-    return doc ? QStringLiteral("SESSION / ") + qs(doc->name) : QString();
+    return doc() ? QStringLiteral("SESSION / ") + qs(doc()->name) : QString();
 }
 
 QString DeskView::sessionFacts() const {
-    const auto doc = model_ ? model_->doc() : std::nullopt;
-    return doc ? qs(viewrules::sessionFacts(*doc, model_->logCount())) : QString();
+    return doc() ? qs(viewrules::sessionFacts(*doc(), model_->document().logCount())) : QString();
 }
 
 QString DeskView::sessionStart() const {
-    const auto doc = model_ ? model_->doc() : std::nullopt;
-    return doc ? qs(viewrules::sessionStart(*doc)) : QString();
+    return doc() ? qs(viewrules::sessionStart(*doc())) : QString();
 }
 
 QString DeskView::savedName() const {
-    if (!model_ || model_->savedTo().isEmpty())
+    if (!model_ || model_->document().savedTo().isEmpty())
         return {};
-    return QFileInfo(model_->savedTo().toLocalFile()).fileName();
+    return QFileInfo(model_->document().savedTo().toLocalFile()).fileName();
 }
 
 QVariantList DeskView::cards() const {
     QVariantList list;
-    if (!model_)
+    if (!doc())
         return list;
-    const auto doc = model_->doc();
-    if (!doc)
-        return list;
-    const std::vector<CameraPlan> plans = model_->cameraPlans();
-    for (const Camera& camera : doc->activeCameras()) {
-        const CameraPlan* plan = nullptr;
-        for (const CameraPlan& candidate : plans)
-            if (candidate.camera.id == camera.id)
-                plan = &candidate;
-        const viewrules::Card card = viewrules::card(camera, folderOf(*model_, camera.id),
-                                                     model_->isReading(camera.id), plan);
+    const CardPlanner& planner = model_->planner();
+    const std::vector<PlanLines> plans = planner.lines();
+    for (const Camera& camera : doc()->activeCameras()) {
+        const auto plan = std::find_if(plans.begin(), plans.end(), [&](const PlanLines& lines) {
+            return lines.cameraID == camera.id;
+        });
+        const viewrules::Card card =
+            viewrules::card(camera, planner.folder(camera.id), planner.isReading(camera.id),
+                            plan == plans.end() ? nullptr : &*plan);
         QVariantList clips;
         for (const viewrules::CardClip& clip : card.clips)
             clips.append(QVariantMap{{"name", qs(clip.name)},
@@ -172,11 +170,11 @@ QVariantList DeskView::cards() const {
 }
 
 QString DeskView::reportText() const {
-    if (!model_ || !model_->hasImportReport())
+    if (!model_ || !model_->document().hasImportReport())
         return {};
     std::vector<std::string> lines;
-    for (const QString& line : model_->importReport())
-        lines.push_back(line.toStdString());
+    for (const QString& line : model_->document().importReport())
+        lines.push_back(utf8(line));
     return qs(viewrules::combiningReport(lines));
 }
 
@@ -197,42 +195,42 @@ QString DeskView::liveAfter() const {
 }
 
 QString DeskView::endButton() const {
-    return qs(viewrules::liveSidebar(model_ && model_->isOwner()).endButton);
+    return qs(viewrules::liveSidebar(model_ && model_->live().isOwner()).endButton);
 }
 QString DeskView::confirmTitle() const {
-    return qs(viewrules::endConfirmation(model_ && model_->isOwner()).title);
+    return qs(viewrules::endConfirmation(model_ && model_->live().isOwner()).title);
 }
 QString DeskView::confirmMessage() const {
-    return qs(viewrules::endConfirmation(model_ && model_->isOwner()).message);
+    return qs(viewrules::endConfirmation(model_ && model_->live().isOwner()).message);
 }
 QString DeskView::confirmButton() const {
-    return qs(viewrules::endConfirmation(model_ && model_->isOwner()).button);
+    return qs(viewrules::endConfirmation(model_ && model_->live().isOwner()).button);
 }
 
 QString DeskView::freeRunTitle() const {
-    return qs(advice::freeRunTitle);
+    return qs(words::freeRunTitle);
 }
 QString DeskView::freeRunAdvice() const {
-    return qs(advice::freeRun);
+    return qs(words::freeRun);
 }
 
 QString DeskView::openPanelText() const {
-    return model_ ? model_->openPanelText() : QString();
+    return qs(words::openPanelText);
 }
 QString DeskView::savePanelText() const {
-    return model_ ? model_->savePanelText() : QString();
+    return qs(words::savePanelText);
 }
 QString DeskView::exportPanelText() const {
-    return model_ ? model_->exportPanelText() : QString();
+    return qs(words::exportPanelText);
 }
 QString DeskView::proposedLogName() const {
-    return model_ ? model_->proposedLogName() : QString();
+    return doc() ? qs(deskrules::proposedLogName(*doc())) : QString();
 }
 QString DeskView::proposedExportName() const {
-    return model_ ? model_->proposedExportName() : QString();
+    return doc() ? qs(deskrules::proposedExportName(*doc())) : QString();
 }
 QString DeskView::folderPanelText(const QString& cameraName) const {
-    return model_ ? model_->folderPanelText(cameraName) : QString();
+    return qs(words::folderPanelText(utf8(cameraName)));
 }
 
 QUrl DeskView::proposedFile(const QString& name) const {
@@ -240,48 +238,66 @@ QUrl DeskView::proposedFile(const QString& name) const {
     return QUrl::fromLocalFile(QDir(documents).filePath(name));
 }
 
+namespace {
+
+// A local file's path as the desk takes it; empty for anything else.
+std::string localPath(const QUrl& url) {
+    return url.isLocalFile() ? utf8(url.toLocalFile()) : std::string();
+}
+
+} // namespace
+
 void DeskView::startSession() {
     if (!model_ || rateIndex_ < 0 || rateIndex_ >= rates_.size())
         return;
     const QString label = rates_.at(rateIndex_);
     QSettings().setValue(lastFpsKey, label);
-    model_->startLive(name_.toStdString(), viewrules::initialRate(label.toStdString()));
+    model_->live().start(utf8(name_), viewrules::initialRate(utf8(label)));
 }
 
 void DeskView::openFiles(const QList<QUrl>& urls) {
-    if (model_)
-        model_->open(urls);
+    if (!model_)
+        return;
+    std::vector<std::string> paths;
+    for (const QUrl& url : urls)
+        if (url.isLocalFile())
+            paths.push_back(localPath(url));
+    model_->open(paths);
 }
 
 void DeskView::setFolder(const QString& cameraId, const QUrl& folder) {
-    if (model_)
-        model_->setFolder(cameraId, folder);
+    const auto id = Uuid::parse(utf8(cameraId));
+    if (!model_ || !id || !folder.isLocalFile())
+        return;
+    if (const Status chosen = model_->planner().setFolder(*id, localPath(folder)); !chosen)
+        model_->document().setMessage(qs(chosen.message()));
 }
 
 void DeskView::saveLogTo(const QUrl& file) {
-    if (model_)
-        model_->saveLogTo(file);
+    if (model_ && file.isLocalFile())
+        (void)model_->saveLogTo(localPath(file));
 }
 
 void DeskView::exportTo(const QUrl& file) {
-    if (model_)
-        model_->exportTo(file);
+    if (model_ && file.isLocalFile())
+        (void)model_->exportTo(localPath(file));
 }
 
 void DeskView::showSaved() {
-    if (model_)
-        model_->showSaved();
+    const QUrl saved = model_ ? model_->document().savedTo() : QUrl();
+    if (saved.isLocalFile())
+        model_->services().system->showInFileBrowser(saved.toLocalFile());
 }
 
 void DeskView::mark() {
     if (model_)
-        model_->mark();
+        model_->live().mark();
 }
 
 void DeskView::endLive() {
     setConfirmEnd(false);
     if (model_)
-        model_->endLive();
+        model_->live().end();
 }
 
 void DeskView::closeSession() {
@@ -291,12 +307,14 @@ void DeskView::closeSession() {
 
 void DeskView::dismissReport() {
     if (model_)
-        model_->dismissImportReport();
+        model_->document().dismissImportReport();
 }
 
 void DeskView::openJoinLink(const QString& link) {
-    if (model_)
-        model_->join(link.trimmed());
+    if (!model_)
+        return;
+    if (const Status joined = model_->join(utf8(link)); !joined)
+        model_->document().setMessage(qs(joined.message()));
 }
 
 } // namespace korvalume

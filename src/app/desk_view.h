@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/desk_types.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
@@ -7,9 +9,9 @@
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 
-#include "app/desk_types.h"
-
 namespace korvalume {
+
+struct SessionDoc;
 
 // The main window's view state and everything it shows outside the live view, derived
 // from the desk model by the rules in view_rules.h. QML binds to these properties and
@@ -128,6 +130,8 @@ signals:
     void changed();
 
 private:
+    const SessionDoc* doc() const;
+
     QPointer<DeskModel> model_;
     qreal fixedNow_ = 0;
     bool hasFixedNow_ = false;

@@ -1,25 +1,16 @@
 #include "app/live_view.h"
 
 #include "app/model_binding.h"
-#include "app/view_rules.h"
+#include "base/qt_text.h"
 #include "desk/desk_model.h"
-#include "session/session_doc.h"
+#include "desk/desk_words.h"
 #include "session/session_link.h"
-#include "sync/advice.h"
-#include "sync/placed_clip.h"
 
-#include <QVariantMap>
+#include <algorithm>
 
 namespace korvalume {
 
 namespace {
-
-std::vector<std::string> phoneNames(const QStringList& peers) {
-    std::vector<std::string> names;
-    for (const QString& peer : peers)
-        names.push_back(peer.toStdString());
-    return names;
-}
 
 template <typename T> bool assign(T& field, const T& value) {
     if (field == value)
@@ -27,19 +18,35 @@ template <typename T> bool assign(T& field, const T& value) {
     field = value;
     return true;
 }
+
+std::size_t markerCount(const SessionDoc& doc) {
+    return static_cast<std::size_t>(
+        std::count_if(doc.events.begin(), doc.events.end(), [](const SyncEvent& event) {
+            return event.kind == SyncEvent::Kind::marker;
+        }));
+}
+
 } // namespace
 
-LiveState::LiveState(QObject* parent) : QObject(parent) {
+LiveState::LiveState(QObject* parent) : QObject(parent), rows_(this) {
     timer_.setInterval(redrawMs);
     timer_.setTimerType(Qt::PreciseTimer);
     connect(&timer_, &QTimer::timeout, this, &LiveState::redraw);
     timer_.start();
 }
 
+LiveState::~LiveState() = default;
+
 void LiveState::setModel(DeskModel* model) {
-    if (!bindModel(model_, model, this, [this] { redraw(); }))
+    if (!rebind(model_, model, this))
         return;
-    redraw();
+    if (model_) {
+        connect(&model_->document(), &SessionDocument::replaced, this, &LiveState::rebuild);
+        connect(&model_->document(), &SessionDocument::changed, this, &LiveState::follow);
+        connect(&model_->live(), &LiveSession::peersChanged, this, &LiveState::updatePhones);
+        connect(&model_->live(), &LiveSession::clockChanged, this, &LiveState::redraw);
+    }
+    rebuild();
     emit modelChanged();
 }
 
@@ -62,52 +69,93 @@ void LiveState::setHasFixedNow(bool has) {
 QString LiveState::title() const {
     return QStringLiteral("SESSION / LIVE");
 }
+QString LiveState::waitingTitle() const {
+    return cameras_.empty() ? qs(viewrules::waitingTitle) : QString();
+}
+QString LiveState::waitingText() const {
+    return cameras_.empty() ? qs(viewrules::waitingText) : QString();
+}
+QString LiveState::phonesEmpty() const {
+    return phones_.isEmpty() ? qs(viewrules::noPhones) : QString();
+}
 QString LiveState::freeRunTitle() const {
-    return qs(advice::freeRunTitle);
+    return qs(words::freeRunTitle);
 }
 QString LiveState::freeRunText() const {
     return qs(viewrules::freeRunText);
 }
 
-void LiveState::redraw() {
-    if (!model_)
-        return;
-    const std::optional<SessionDoc> doc = model_->doc();
+void LiveState::rebuild() {
+    const SessionDoc* doc = model_ ? model_->document().doc() : nullptr;
+    const bool hadCameras = !cameras_.empty();
+    cameras_ = doc ? doc->activeCameras() : std::vector<Camera>{};
+    activity_.clear();
+    markers_ = 0;
+    if (doc) {
+        std::vector<Uuid> ids;
+        for (const auto& camera : cameras_)
+            ids.push_back(camera.id);
+        activity_ = activities(*doc, ids);
+        markers_ = markerCount(*doc);
+    }
+    if (assign(joinUrl_, doc ? qs(SessionLink::from(*doc).url()) : QString()))
+        emit joinUrlChanged();
+    if (hadCameras != !cameras_.empty())
+        emit camerasChanged();
+    updatePhones();
+    redraw();
+}
+
+void LiveState::follow(const LogChanges& changes) {
+    const SessionDoc* doc = model_ ? model_->document().doc() : nullptr;
     if (!doc)
         return;
-    const MasterInstant now = hasFixedNow_ ? MasterInstant(fixedNow_) : model_->now();
+    if (!changes.cameras.empty()) {
+        const bool hadCameras = !cameras_.empty();
+        cameras_ = doc->activeCameras();
+        for (auto& [id, activity] : activities(*doc, changes.cameras))
+            activity_.insert_or_assign(id, std::move(activity));
+        if (hadCameras != !cameras_.empty())
+            emit camerasChanged();
+    }
+    if (changes.markersAdded)
+        markers_ = markerCount(*doc);
+    redraw();
+}
+
+void LiveState::updatePhones() {
+    const QStringList peers = model_ ? model_->live().peers() : QStringList();
+    if (assign(phones_, peers))
+        emit phonesChanged();
+    redraw();
+}
+
+void LiveState::redraw() {
+    const SessionDoc* doc = model_ ? model_->document().doc() : nullptr;
+    if (!doc)
+        return;
+    const MasterInstant now = hasFixedNow_ ? MasterInstant(fixedNow_) : model_->live().now();
     now_ = now.seconds;
-    const bool synced = model_->clockSynced();
-    const viewrules::LiveTexts texts =
-        viewrules::liveTexts(*doc, now, synced, phoneNames(model_->connectedPeers()));
-
-    QVariantList rows;
-    for (const viewrules::LiveRow& row : texts.rows)
-        rows.append(QVariantMap{{"name", qs(row.name)},
-                                {"kindLink", qs(row.kindLink)},
-                                {"status", qs(row.status)},
-                                {"rolling", row.rolling},
-                                {"warning", row.warning},
-                                {"clips", qs(row.clips)},
-                                {"detail", qs(row.detail)}});
-    QStringList phones;
-    for (const std::string& phone : texts.phones)
-        phones.append(qs(phone));
-
-    bool changed = false;
-    changed |= assign(facts_, qs(texts.facts));
-    changed |= assign(clockState_, qs(texts.clockState));
+    const bool synced = model_->live().clockSynced();
+    const viewrules::LiveHeader header = viewrules::liveHeader(
+        *doc, cameras_.size(), static_cast<std::size_t>(phones_.size()), synced, now);
+    bool changed = assign(facts_, qs(header.facts));
+    changed |= assign(clockState_, qs(header.clockState));
     changed |= assign(clockSynced_, synced);
-    changed |= assign(timeOfDay_, qs(texts.timeOfDay));
-    changed |= assign(running_, qs(texts.running));
-    changed |= assign(rows_, rows);
-    changed |= assign(waitingTitle_, qs(texts.waitingTitle));
-    changed |= assign(waitingText_, qs(texts.waitingText));
-    changed |= assign(phones_, phones);
-    changed |= assign(phonesEmpty_, qs(texts.phonesEmpty));
-    changed |= assign(joinUrl_, qs(SessionLink::from(*doc).url()));
+    changed |= assign(timeOfDay_, qs(header.timeOfDay));
+    changed |= assign(running_, qs(header.running));
     if (changed)
-        emit textsChanged();
+        emit headerChanged();
+
+    std::vector<viewrules::LiveRow> rows;
+    rows.reserve(cameras_.size());
+    const CameraActivity none;
+    for (const Camera& camera : cameras_) {
+        const auto found = activity_.find(camera.id);
+        rows.push_back(viewrules::liveRow(camera, found == activity_.end() ? none : found->second,
+                                          markers_, now));
+    }
+    rows_.show(std::move(rows));
 }
 
 } // namespace korvalume

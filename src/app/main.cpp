@@ -1,6 +1,8 @@
 #include "app/desk_types.h"
 #include "app/single_instance.h"
 #include "app/view_rules.h"
+#include "base/qt_text.h"
+#include "desk/live_services.h"
 #include "live/master_clock.h"
 #include "live/peer_link.h"
 #include "platform/app_brand.h"
@@ -33,18 +35,21 @@ bool isLink(const QString& item) {
 
 // Files and links from the command line, the system or a later launch, all go here.
 void take(korvalume::DeskModel& model, const QStringList& items) {
-    QList<QUrl> files;
+    using korvalume::utf8;
+    std::vector<std::string> files;
     for (const QString& item : items) {
         if (isLink(item)) {
-            model.join(item);
+            if (const auto joined = model.join(utf8(item)); !joined)
+                model.document().setMessage(korvalume::qs(joined.message()));
             continue;
         }
         const QUrl url = item.startsWith(QLatin1String("file:"))
                              ? QUrl(item)
                              : QUrl::fromLocalFile(QFileInfo(item).absoluteFilePath());
-        files.append(url);
+        if (url.isLocalFile())
+            files.push_back(utf8(url.toLocalFile()));
     }
-    if (!files.isEmpty())
+    if (!files.empty())
         model.open(files);
 }
 
@@ -58,9 +63,9 @@ protected:
         if (event->type() == QEvent::FileOpen) {
             const auto* open = static_cast<QFileOpenEvent*>(event);
             if (open->url().isLocalFile())
-                model_.open({open->url()});
+                model_.open({korvalume::utf8(open->url().toLocalFile())});
             else
-                model_.join(open->url().toString());
+                take(model_, {open->url().toString()});
             return true;
         }
         return QObject::eventFilter(watched, event);
@@ -108,8 +113,10 @@ int main(int argc, char* argv[]) {
     using namespace korvalume;
     PeerLink link(PeerLink::Options{platform::displayName(), platform::deviceID()});
     const auto system = makeSystemServices();
-    DeskModel model(DeskModel::Services{&MasterClock::shared(), &link, system.get(),
-                                        platform::deviceID(), DeskModel::defaultSessionsFolder()});
+    MasterClockService clock(MasterClock::shared());
+    PeerLinkService peers(link);
+    DeskModel model(DeskServices{&clock, &peers, system.get(), platform::deviceID(),
+                                 DeskModel::defaultSessionsFolder()});
     FileOpenFilter fileOpen(model);
     app.installEventFilter(&fileOpen);
 
@@ -127,8 +134,10 @@ int main(int argc, char* argv[]) {
             window->raise();
             window->requestActivate();
         }
-        return model.hasDoc()
-                   ? QStringLiteral("%1 / %2 LOGS").arg(model.sessionName()).arg(model.logCount())
+        const SessionDoc* doc = model.document().doc();
+        return doc ? QStringLiteral("%1 / %2 LOGS")
+                         .arg(qs(doc->name))
+                         .arg(model.document().logCount())
                    : QStringLiteral("no session open");
     });
     take(model, items);

@@ -1,27 +1,28 @@
 #pragma once
 
-#include "base/qt_text.h"
 #include "desk/desk_model.h"
 
+#include <QObject>
 #include <QPointer>
-#include <QString>
-
-#include <string>
-#include <string_view>
 
 namespace korvalume {
 
-// Points a view object at another desk model: it stops hearing the old one and calls
-// `onChange` on every change of the new one. False when it was that model already.
-template <class View, class OnChange>
-bool bindModel(QPointer<DeskModel>& slot, DeskModel* model, View* view, OnChange onChange) {
+// Stops `view` hearing every part of the desk it was bound to.
+inline void disconnectFrom(DeskModel& model, QObject* view) {
+    QObject::disconnect(&model, nullptr, view, nullptr);
+    QObject::disconnect(&model.document(), nullptr, view, nullptr);
+    QObject::disconnect(&model.planner(), nullptr, view, nullptr);
+    QObject::disconnect(&model.live(), nullptr, view, nullptr);
+}
+
+// Points `slot` at `model`, letting go of the one it held; false when it held `model`
+// already. The caller then connects what it listens to.
+inline bool rebind(QPointer<DeskModel>& slot, DeskModel* model, QObject* view) {
     if (slot == model)
         return false;
     if (slot)
-        QObject::disconnect(slot, nullptr, view, nullptr);
+        disconnectFrom(*slot, view);
     slot = model;
-    if (slot)
-        QObject::connect(slot, &DeskModel::changed, view, onChange);
     return true;
 }
 

@@ -4,8 +4,8 @@
 //
 //   korvalume-desk-screenshots OUTDIR EXAMPLE_LOG... --cards CARDS_DIR
 #include "app/desk_types.h"
+#include "desk/preview_services.h"
 #include "session/session_doc.h"
-#include "sync/sync_map.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -28,6 +28,13 @@ namespace {
 
 constexpr int waitMs = 20'000;
 const QString thisDesk = QStringLiteral("DE5C0000-0000-4000-8000-000000000001");
+
+// Fixed identities, so that the join code and so every picture are the same on every run.
+Uuid fixedID(int n) {
+    return *Uuid::parse(
+        QStringLiteral("5C4EE000-0000-4000-8000-%1").arg(n, 12, 10, QChar('0')).toStdString());
+}
+int nextID = 0;
 
 struct Inputs {
     QString out;
@@ -59,19 +66,28 @@ bool render(const Inputs& inputs, const QString& name, DeskModel& model, double 
 // The example shoot opened, every camera's card read and the log saved.
 void openExample(DeskModel& model, const Inputs& inputs, const QString& savedLog) {
     model.open(inputs.logs);
-    for (const auto& camera : model.doc()->activeCameras()) {
+    for (const auto& camera : model.document().doc()->activeCameras()) {
         const QString folder =
             QDir(inputs.cards).filePath(QString::fromStdString(camera.name).replace(u' ', u'_'));
         if (QDir(folder).exists())
-            model.setFolder(camera.id, folder.toStdString());
+            (void)model.planner().setFolder(camera.id, folder.toStdString());
     }
-    (void)QTest::qWaitFor([&] { return model.readingIDs().isEmpty(); }, waitMs);
-    model.saveLogTo(savedLog.toStdString());
+    (void)QTest::qWaitFor([&] { return model.planner().readingIDs().isEmpty(); }, waitMs);
+    (void)model.saveLogTo(savedLog.toStdString());
 }
+
+// A desk on preview services: nothing leaves this machine and nothing is saved on its own.
+struct Preview {
+    PreviewServices services;
+    DeskModel model;
+
+    explicit Preview(QStringList peers = {}, bool clockSynced = false)
+        : services(std::move(peers), clockSynced, thisDesk), model(services.services()) {}
+};
 
 SyncEvent event(SyncEvent::Kind kind, MasterInstant at, std::optional<Uuid> camera,
                 std::optional<std::string> label = std::nullopt) {
-    return {Uuid::random(), camera, kind, at, std::nullopt, std::move(label)};
+    return {fixedID(++nextID), camera, kind, at, std::nullopt, std::move(label)};
 }
 
 // A live session an hour old: four cameras, one rolling, one that lost its link, two markers.
@@ -79,10 +95,11 @@ SessionDoc busyLiveSession(MasterInstant now, const QString& owner) {
     SessionDoc doc = SessionDoc::newSession("SHOOT 15 NOV", FrameRate{25, false}, now - 3599.5,
                                             owner.toStdString());
     doc.zone = 3600;
+    doc.id = fixedID(++nextID);
     const char* names[] = {"CAM A", "CAM B", "CAM C", "SOUND A"};
     for (int i = 0; i < 4; ++i) {
         Camera camera;
-        camera.id = Uuid::random();
+        camera.id = fixedID(++nextID);
         camera.name = names[i];
         camera.kind = i == 3 ? Camera::Kind::recorder : Camera::Kind::camera;
         camera.link = i == 2 ? Camera::Link::scan : Camera::Link::bluetooth;
@@ -132,50 +149,55 @@ int main(int argc, char* argv[]) {
     const double now = 1718442000 + 3600; // 2024-06-15 11:00 in the example's zone
 
     {
-        DeskModel model(std::nullopt, {});
-        model.open(std::vector<std::string>{scratch.filePath("notes.korvalume").toStdString()});
-        ok &= render(inputs, "1-welcome-with-message", model, now);
+        Preview preview;
+        preview.model.open(
+            std::vector<std::string>{scratch.filePath("notes.korvalume").toStdString()});
+        ok &= render(inputs, "1-welcome-with-message", preview.model, now);
     }
     {
-        DeskModel model(std::nullopt, {});
+        Preview preview;
+        DeskModel& model = preview.model;
         openExample(model, inputs, scratch.filePath("Harbour Walk.korvalume"));
-        model.dismissImportReport();
+        model.document().dismissImportReport();
         ok &= render(inputs, "2-session", model, now);
         // Taken before the read can end.
         ok &= render(
             inputs, "3-reading-a-folder", model, now,
             [&](QObject&) {
-                const auto camera = model.doc()->activeCameras().front();
-                model.setFolder(camera.id, model.folders().at(camera.id));
+                const auto camera = model.document().doc()->activeCameras().front();
+                (void)model.planner().setFolder(camera.id, *model.planner().folder(camera.id));
             },
             0);
-        (void)QTest::qWaitFor([&] { return model.readingIDs().isEmpty(); }, waitMs);
+        (void)QTest::qWaitFor([&] { return model.planner().readingIDs().isEmpty(); }, waitMs);
     }
     {
-        DeskModel model(SessionDoc::newSession("SHOOT 15 NOV", FrameRate{25, false},
-                                               MasterInstant(now - 754), thisDesk.toStdString()),
-                        DeskModel::Preview{{}, false, thisDesk});
-        ok &= render(inputs, "4-live-waiting", model, now);
+        Preview preview;
+        SessionDoc waiting = SessionDoc::newSession(
+            "SHOOT 15 NOV", FrameRate{25, false}, MasterInstant(now - 754), thisDesk.toStdString());
+        waiting.id = fixedID(++nextID);
+        preview.model.show(waiting);
+        ok &= render(inputs, "4-live-waiting", preview.model, now);
     }
     {
-        DeskModel model(busyLiveSession(MasterInstant(now), thisDesk),
-                        DeskModel::Preview{{"MIA", "JONAS"}, true, thisDesk});
-        ok &= render(inputs, "5-live-four-cameras", model, now);
-        ok &= render(inputs, "7a-end-as-owner", model, now, [](QObject& window) {
+        Preview preview({"MIA", "JONAS"}, true);
+        preview.model.show(busyLiveSession(MasterInstant(now), thisDesk));
+        ok &= render(inputs, "5-live-four-cameras", preview.model, now);
+        ok &= render(inputs, "7a-end-as-owner", preview.model, now, [](QObject& window) {
             window.property("view").value<QObject*>()->setProperty("confirmEnd", true);
         });
     }
     {
-        DeskModel model(busyLiveSession(MasterInstant(now), "0WNE0000-0000-4000-8000-000000000009"),
-                        DeskModel::Preview{{"MIA"}, true, thisDesk});
-        ok &= render(inputs, "7b-end-as-watcher", model, now, [](QObject& window) {
+        Preview preview({"MIA"}, true);
+        preview.model.show(
+            busyLiveSession(MasterInstant(now), "0WNE0000-0000-4000-8000-000000000009"));
+        ok &= render(inputs, "7b-end-as-watcher", preview.model, now, [](QObject& window) {
             window.property("view").value<QObject*>()->setProperty("confirmEnd", true);
         });
     }
     {
-        DeskModel model(std::nullopt, {});
-        model.open(inputs.logs);
-        ok &= render(inputs, "6-combining-report", model, now);
+        Preview preview;
+        preview.model.open(inputs.logs);
+        ok &= render(inputs, "6-combining-report", preview.model, now);
     }
     return ok ? 0 : 1;
 }

@@ -4,8 +4,8 @@
 #include "app/model_binding.h"
 #include "app/view_rules.h"
 #include "desk/desk_model.h"
+#include "session/combining.h"
 #include "session/session_doc.h"
-#include "sync/placed_clip.h"
 
 #include <QFontMetricsF>
 #include <QPainter>
@@ -19,17 +19,29 @@ SyncMapChart::SyncMapChart(QQuickItem* parent) : QQuickPaintedItem(parent) {
 }
 
 void SyncMapChart::setModel(DeskModel* model) {
-    if (!bindModel(model_, model, this, [this] { relayout(); }))
+    if (!rebind(model_, model, this))
         return;
+    if (model_) {
+        connect(&model_->planner(), &CardPlanner::plansChanged, this, &SyncMapChart::relayout);
+        connect(&model_->document(), &SessionDocument::replaced, this, &SyncMapChart::relayout);
+        connect(&model_->document(), &SessionDocument::changed, this,
+                [this](const LogChanges& changes) {
+                    if (changes.markersAdded || changes.sessionChanged)
+                        relayout();
+                });
+    }
     relayout();
     emit modelChanged();
 }
 
 int SyncMapChart::laneCount() const {
-    return model_ ? static_cast<int>(model_->cameraPlans().size()) : 0;
+    return static_cast<int>(layout_.lanes.size());
 }
 
 void SyncMapChart::relayout() {
+    const SessionDoc* doc = model_ ? model_->document().doc() : nullptr;
+    layout_ =
+        doc ? viewrules::chartLayout(*doc, model_->planner().lines()) : viewrules::ChartLayout{};
     const int lanes = laneCount();
     const qreal rows = lanes * laneHeight + std::max(0, lanes - 1) * rowSpacing;
     setImplicitHeight(2 * padding + rows);
@@ -42,12 +54,7 @@ void SyncMapChart::paint(QPainter* painter) {
     painter->setPen(QPen(palette::rule(), 1));
     painter->setBrush(Qt::NoBrush);
     painter->drawRect(QRectF(0.5, 0.5, width() - 1, height() - 1));
-    if (!model_)
-        return;
-    const std::optional<SessionDoc> doc = model_->doc();
-    if (!doc)
-        return;
-    const viewrules::ChartLayout layout = viewrules::chartLayout(*doc, model_->cameraPlans());
+    const viewrules::ChartLayout& layout = layout_;
 
     const QFont nameFont = palette::mono(9, QFont::DemiBold);
     painter->setFont(nameFont);

@@ -6,10 +6,15 @@
 #include <QQuickPaintedItem>
 #include <QtQml/qqmlregistration.h>
 
+#ifndef Q_MOC_RUN
+#include "app/view_rules.h"
+#endif
+
 namespace korvalume {
 
 // The sync map: one lane per camera with its placed clips as ink bars, and the
-// session's markers as red lines across every lane. Draws only.
+// session's markers as red lines across every lane. Draws only; the layout is worked out
+// when the plans or the markers change, not on every paint.
 class SyncMapChart : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
@@ -39,6 +44,7 @@ private:
     void relayout();
 
     QPointer<DeskModel> model_;
+    viewrules::ChartLayout layout_;
 };
 
 } // namespace korvalume

@@ -1,6 +1,6 @@
 #include "app/view_rules.h"
 
-#include "session/logged_recordings.h"
+#include "desk/desk_words.h"
 #include "time/master_time.h"
 
 #include <QDateTime>
@@ -103,7 +103,7 @@ std::string kindAndLink(const Camera& camera) {
 }
 
 Card card(const Camera& camera, const std::optional<std::string>& folder, bool reading,
-          const CameraPlan* plan) {
+          const PlanLines* plan) {
     Card result;
     result.name = camera.name;
     result.kindLink = kindAndLink(camera);
@@ -116,9 +116,8 @@ Card card(const Camera& camera, const std::optional<std::string>& folder, bool r
         result.status = emptyFolder;
     // While a new folder is read the previous plan stays listed: it is still the one in use.
     if (plan) {
-        for (const PlacedClip& clip : plan->clips)
-            result.clips.push_back({clip.file.name(), std::string(label(clip.method)),
-                                    clip.start.has_value(), clip.note.value_or("")});
+        for (const ClipLine& clip : plan->clips)
+            result.clips.push_back({clip.name, clip.method, clip.start.has_value(), clip.note});
         result.warnings = plan->warnings;
     }
     return result;
@@ -144,38 +143,37 @@ std::vector<FrameRate> rateChoices(const FrameRate& selected) {
     return choices;
 }
 
-ChartSpan chartSpan(const SessionDoc& doc, const std::vector<CameraPlan>& plans) {
-    std::vector<PlacedClip> all;
-    for (const CameraPlan& plan : plans)
-        for (const PlacedClip& clip : plan.placed())
-            all.push_back(clip);
-
+ChartSpan chartSpan(const SessionDoc& doc, const std::vector<PlanLines>& plans) {
     MasterInstant t0 = doc.startedAt;
-    for (const PlacedClip& clip : all)
-        if (clip.start)
-            t0 = std::min(t0, *clip.start);
+    for (const PlanLines& plan : plans)
+        for (const ClipLine& clip : plan.clips)
+            if (clip.start)
+                t0 = std::min(t0, *clip.start);
 
     MasterInstant end = t0;
-    for (const PlacedClip& clip : all)
-        end = std::max(end, clip.start.value_or(t0) + clip.file.duration);
+    for (const PlanLines& plan : plans)
+        for (const ClipLine& clip : plan.clips)
+            if (clip.start)
+                end = std::max(end, *clip.start + clip.duration);
     end = std::max(end, doc.endedAt.value_or(t0));
     return {t0, std::max(t0 + 60.0, end)};
 }
 
-ChartLayout chartLayout(const SessionDoc& doc, const std::vector<CameraPlan>& plans) {
+ChartLayout chartLayout(const SessionDoc& doc, const std::vector<PlanLines>& plans) {
     ChartLayout layout;
     layout.span = chartSpan(doc, plans);
     const MasterInstant t0 = layout.span.t0;
     const double length = layout.span.t1 - t0;
-    for (const CameraPlan& plan : plans) {
-        ChartLane lane{plan.camera.name, {}};
-        for (const PlacedClip& clip : plan.placed())
-            lane.bars.push_back(
-                {(clip.start.value_or(t0) - t0) / length, clip.file.duration / length});
+    for (const PlanLines& plan : plans) {
+        ChartLane lane{plan.cameraName, {}};
+        for (const ClipLine& clip : plan.clips)
+            if (clip.start)
+                lane.bars.push_back({(*clip.start - t0) / length, clip.duration / length});
         layout.lanes.push_back(std::move(lane));
     }
-    for (const SyncEvent& marker : doc.markers())
-        layout.markers.push_back((marker.at - t0) / length);
+    for (const SyncEvent& event : doc.events)
+        if (event.kind == SyncEvent::Kind::marker)
+            layout.markers.push_back((event.at - t0) / length);
     return layout;
 }
 
@@ -190,48 +188,33 @@ std::string timeOfDay(const SessionDoc& doc, MasterInstant now) {
     return mastertime::timeOfDay(now, doc.fps, doc.timeZone()).string();
 }
 
-namespace {
-
-std::string scanDetail(const SessionDoc& doc, const Camera& camera) {
-    const std::vector<SyncEvent> cameraScans = scans(doc, camera.id);
-    std::string detail = counted(static_cast<long long>(cameraScans.size()), "SCAN");
-    if (!cameraScans.empty() && cameraScans.back().timecode)
-        detail += " / LAST " + *cameraScans.back().timecode;
-    const std::size_t markers = doc.markers().size();
-    if (markers > 0)
-        detail += " / " + counted(static_cast<long long>(markers), "MARKER");
-    return detail;
+LiveHeader liveHeader(const SessionDoc& doc, std::size_t cameras, std::size_t phones,
+                      bool clockSynced, MasterInstant now) {
+    LiveHeader header;
+    header.facts = doc.fps.label() + " FPS / " +
+                   counted(static_cast<long long>(cameras), "DEVICE") + " / " +
+                   counted(static_cast<long long>(phones), "PHONE");
+    header.clockState = std::string(clockSynced ? "NTP" : "NOT") + " LINKED / CLOCK";
+    header.timeOfDay = timeOfDay(doc, now);
+    const double elapsed = now - doc.startedAt;
+    header.running =
+        "RUNNING " + mastertime::clock(std::isfinite(elapsed) ? std::max(0.0, elapsed) : 0.0);
+    return header;
 }
 
-} // namespace
-
-LiveTexts liveTexts(const SessionDoc& doc, MasterInstant now, bool clockSynced,
-                    const std::vector<std::string>& phones) {
-    LiveTexts texts;
-    const std::vector<Camera> cameras = doc.activeCameras();
-    texts.facts = doc.fps.label() + " FPS / " +
-                  counted(static_cast<long long>(cameras.size()), "DEVICE") + " / " +
-                  counted(static_cast<long long>(phones.size()), "PHONE");
-    texts.clockState = std::string(clockSynced ? "NTP" : "NOT") + " LINKED / CLOCK";
-    texts.timeOfDay = timeOfDay(doc, now);
-    const double elapsed = now - doc.startedAt;
-    texts.running =
-        "RUNNING " + mastertime::clock(std::isfinite(elapsed) ? std::max(0.0, elapsed) : 0.0);
-    for (const Camera& camera : cameras) {
-        const CameraSummary status = summary(doc, camera, now);
-        texts.rows.push_back({camera.name, kindAndLink(camera), status.text, status.rolling,
-                              status.warning,
-                              counted(static_cast<long long>(clips(doc, camera.id).size()), "CLIP"),
-                              scanDetail(doc, camera)});
-    }
-    if (cameras.empty()) {
-        texts.waitingTitle = waitingTitle;
-        texts.waitingText = waitingText;
-    }
-    texts.phones = phones;
-    if (phones.empty())
-        texts.phonesEmpty = noPhones;
-    return texts;
+LiveRow liveRow(const Camera& camera, const CameraActivity& activity, std::size_t markers,
+                MasterInstant now) {
+    const CameraStatus state = status(camera, activity, now);
+    LiveRow row{
+        camera.name, kindAndLink(camera), words::text(state), state.rolling(), state.warning(), {},
+        {}};
+    row.clips = counted(static_cast<long long>(activity.recordings), "CLIP");
+    row.detail = counted(static_cast<long long>(activity.scans), "SCAN");
+    if (activity.scans > 0 && activity.lastScanTimecode)
+        row.detail += " / LAST " + *activity.lastScanTimecode;
+    if (markers > 0)
+        row.detail += " / " + counted(static_cast<long long>(markers), "MARKER");
+    return row;
 }
 
 } // namespace korvalume::viewrules

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "desk/plan_lines.h"
+#include "session/camera_activity.h"
 #include "session/session_doc.h"
-#include "sync/placed_clip.h"
 #include "time/frame_rate.h"
+#include "time/master_instant.h"
 
 #include <optional>
 #include <string>
@@ -76,7 +78,7 @@ inline constexpr std::string_view readingClips = "READING CLIPS...";
 inline constexpr std::string_view emptyFolder = "No video or WAV files found in this folder.";
 // `plan` is the camera's plan when its folder has been read.
 Card card(const Camera& camera, const std::optional<std::string>& folder, bool reading,
-          const CameraPlan* plan);
+          const PlanLines* plan);
 
 // ---- Session set-up ----
 
@@ -93,7 +95,7 @@ struct ChartSpan {
     MasterInstant t1 = MasterInstant(60);
     friend bool operator==(const ChartSpan&, const ChartSpan&) = default;
 };
-ChartSpan chartSpan(const SessionDoc& doc, const std::vector<CameraPlan>& plans);
+ChartSpan chartSpan(const SessionDoc& doc, const std::vector<PlanLines>& plans);
 
 // Positions as fractions of the lane width; the lane turns them into points.
 struct ChartBar {
@@ -109,7 +111,7 @@ struct ChartLayout {
     std::vector<ChartLane> lanes;
     std::vector<double> markers; // x of each marker, not clamped to [0, 1]
 };
-ChartLayout chartLayout(const SessionDoc& doc, const std::vector<CameraPlan>& plans);
+ChartLayout chartLayout(const SessionDoc& doc, const std::vector<PlanLines>& plans);
 
 inline constexpr double minBarWidth = 1.5; // points
 inline constexpr double markerWidth = 1.0; // points
@@ -118,6 +120,19 @@ double barWidth(const ChartBar& bar, double laneWidth);
 
 // ---- Live view ----
 
+// The header's texts at `now`.
+struct LiveHeader {
+    std::string title = "SESSION / LIVE";
+    std::string facts;      // "25 FPS / 3 DEVICES / 2 PHONES"
+    std::string clockState; // "NTP LINKED / CLOCK" or "NOT LINKED / CLOCK"
+    std::string timeOfDay;
+    std::string running; // "RUNNING 12:05"
+    friend bool operator==(const LiveHeader&, const LiveHeader&) = default;
+};
+LiveHeader liveHeader(const SessionDoc& doc, std::size_t cameras, std::size_t phones,
+                      bool clockSynced, MasterInstant now);
+
+// One camera's row at `now`, from what the log saw of it.
 struct LiveRow {
     std::string name;
     std::string kindLink;
@@ -126,20 +141,10 @@ struct LiveRow {
     bool warning = false;
     std::string clips;  // "3 CLIPS"
     std::string detail; // scans and markers
+    friend bool operator==(const LiveRow&, const LiveRow&) = default;
 };
-
-struct LiveTexts {
-    std::string title = "SESSION / LIVE";
-    std::string facts;
-    std::string clockState;
-    std::string timeOfDay;
-    std::string running;
-    std::vector<LiveRow> rows;
-    std::string waitingTitle; // empty once a camera is in the session
-    std::string waitingText;
-    std::vector<std::string> phones;
-    std::string phonesEmpty; // shown when no phone is linked
-};
+LiveRow liveRow(const Camera& camera, const CameraActivity& activity, std::size_t markers,
+                MasterInstant now);
 
 inline constexpr std::string_view waitingTitle = "WAITING FOR CAMERAS";
 inline constexpr std::string_view waitingText =
@@ -150,8 +155,6 @@ inline constexpr std::string_view noPhones =
 inline constexpr std::string_view freeRunText =
     "Every camera and recorder must be in FREE RUN or time-of-day timecode.";
 
-LiveTexts liveTexts(const SessionDoc& doc, MasterInstant now, bool clockSynced,
-                    const std::vector<std::string>& phones);
 // The running master clock as time-of-day timecode in the session's rate and zone.
 std::string timeOfDay(const SessionDoc& doc, MasterInstant now);
 

@@ -1,8 +1,10 @@
 // korvalume host: the desk without a window, as the owner of a live session.
+#include "base/qt_text.h"
 #include "cli/command.h"
 #include "cli/live_desk.h"
 #include "cli/options.h"
 #include "session/session_doc.h"
+#include "session/session_link.h"
 #include "time/frame_rate.h"
 
 #include <QFileInfo>
@@ -45,7 +47,7 @@ std::optional<FrameRate> rateFromLabel(const std::string& label) {
 }
 
 void printReceived(DeskModel& model, std::ostream& out) {
-    QObject::connect(&model, &DeskModel::received, &model,
+    QObject::connect(&model.live(), &LiveSession::received, &model,
                      [&out](const QString& from, const QStringList& lines) {
                          const QString who = from.isEmpty() ? QStringLiteral("a peer") : from;
                          out << who.toStdString() << ": "
@@ -90,34 +92,37 @@ int runHost(std::span<const std::string> args, Io& io) {
     DeskModel& model = desk.model();
     if (resume) {
         model.open(std::vector<std::string>{*resume});
-        if (!model.isLive()) {
+        if (!model.live().isLive()) {
+            const QString message = model.document().message();
             io.err << "korvalume host: " << *resume << ": "
-                   << (model.message().isEmpty()
+                   << (message.isEmpty()
                            ? std::string("not an unfinished session log less than 18 hours "
                                          "old")
-                           : model.message().toStdString())
+                           : utf8(message))
                    << '\n';
             return InputProblem;
         }
     } else {
-        model.startLive(name, fps);
+        model.live().start(name, fps);
     }
 
-    io.out << "Session " << model.sessionName().toStdString() << " (" << model.doc()->fps.label()
-           << " fps)\n"
-           << "Join link: " << model.joinLink().toStdString() << "\n\n"
-           << terminalQr(model.joinLink()) << std::endl;
+    const SessionDoc& doc = *model.document().doc();
+    const QString joinLink = qs(SessionLink::from(doc).url());
+    io.out << "Session " << doc.name << " (" << doc.fps.label() << " fps)\n"
+           << "Join link: " << utf8(joinLink) << "\n\n"
+           << terminalQr(joinLink) << std::endl;
     printReceived(model, io.out);
     desk.run(options.limit);
 
-    model.endLive();
+    model.live().end();
     desk.flush(std::chrono::seconds(2));
-    if (model.savedTo().isEmpty()) {
+    const QUrl savedTo = model.document().savedTo();
+    if (savedTo.isEmpty()) {
         io.err << "korvalume host: the log could not be saved in "
                << options.sessionsFolder.toStdString() << '\n';
         return InputProblem;
     }
-    io.out << "Ended. The log is at " << model.savedTo().toLocalFile().toStdString() << '\n';
+    io.out << "Ended. The log is at " << utf8(savedTo.toLocalFile()) << '\n';
     return Done;
 }
 

@@ -1,4 +1,5 @@
 // korvalume join: a desk that follows someone else's live session.
+#include "base/qt_text.h"
 #include "cli/command.h"
 #include "cli/live_desk.h"
 #include "cli/options.h"
@@ -49,36 +50,35 @@ int runJoin(std::span<const std::string> args, Io& io) {
 
     LiveDesk desk(options);
     DeskModel& model = desk.model();
-    if (const auto link = SessionLink::parse(inputs.front())) {
-        model.join(*link);
+    if (model.join(inputs.front()))
         inputs.erase(inputs.begin());
-    }
     model.open(inputs);
-    if (!model.isLive()) {
+    if (!model.live().isLive()) {
+        const QString message = model.document().message();
         io.err << "korvalume join: "
-               << (model.message().isEmpty()
+               << (message.isEmpty()
                        ? inputs.front() + ": not a join link nor an unfinished session log less "
                                           "than 18 hours old"
-                       : model.message().toStdString())
+                       : utf8(message))
                << '\n';
         return InputProblem;
     }
-    io.out << "Following " << model.sessionName().toStdString() << std::endl;
-    QObject::connect(&model, &DeskModel::isLiveChanged, &model, [&] {
-        if (!model.isLive())
+    io.out << "Following " << model.document().doc()->name << std::endl;
+    QObject::connect(&model.live(), &LiveSession::isLiveChanged, &model, [&] {
+        if (!model.live().isLive())
             desk.stop();
     });
     desk.run(options.limit);
     desk.flush(std::chrono::seconds(2));
 
-    const bool ended = !model.isLive();
+    const bool ended = !model.live().isLive();
     if (output) {
-        if (!model.saveLogTo(*output)) {
-            io.err << "korvalume join: " << model.message().toStdString() << '\n';
+        if (const Status saved = model.saveLogTo(*output); !saved) {
+            io.err << "korvalume join: " << utf8(model.document().message()) << '\n';
             return InputProblem;
         }
     }
-    const QString where = model.savedTo().toLocalFile();
+    const QString where = model.document().savedTo().toLocalFile();
     io.out << (ended ? "The session was ended. " : "Stopped following. ") << "The log is at "
            << where.toStdString() << '\n';
     return Done;

@@ -3,6 +3,7 @@
 #include "cli/command.h"
 #include "cli/options.h"
 #include "cli/shoot_input.h"
+#include "desk/desk_words.h"
 #include "session/instant_text.h"
 #include "session/json_text.h"
 #include "session/log_opening.h"
@@ -97,7 +98,7 @@ void printSummary(const OpenedLogs& opened, std::ostream& out) {
 
     if (opened.report) {
         out << "\nCombining report:\n";
-        for (const auto& line : *opened.report)
+        for (const auto& line : words::lines(*opened.report))
             out << "  " << line << '\n';
     }
 }
@@ -108,13 +109,13 @@ void printJson(const OpenedLogs& opened, const std::string& encodedDoc, std::ost
     text += ",\"logCount\":";
     jsontext::appendInt(text, opened.logCount);
     text += ",\"messages\":[";
-    for (std::size_t i = 0; i < opened.messages.size(); ++i) {
+    for (std::size_t i = 0; i < opened.problems.size(); ++i) {
         if (i > 0)
             text += ',';
-        jsontext::appendString(text, opened.messages[i].text, "message");
+        jsontext::appendString(text, words::text(opened.problems[i]), "message");
     }
     text += "],\"report\":[";
-    const auto& lines = opened.report.value_or(std::vector<std::string>{});
+    const auto lines = opened.report ? words::lines(*opened.report) : std::vector<std::string>{};
     for (std::size_t i = 0; i < lines.size(); ++i) {
         if (i > 0)
             text += ',';

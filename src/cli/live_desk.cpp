@@ -1,5 +1,6 @@
 #include "cli/live_desk.h"
 
+#include "desk/live_services.h"
 #include "live/master_clock.h"
 #include "live/peer_link.h"
 #include "platform/platform.h"
@@ -39,9 +40,11 @@ LiveDesk::LiveDesk(const LiveDeskOptions& options) : loop_(std::make_unique<QEve
     linkOptions.deviceID = platform::deviceID();
     link_ = std::make_unique<PeerLink>(linkOptions);
     system_ = makeSystemServices();
-    DeskModel::Services services;
-    services.clock = &MasterClock::shared();
-    services.peers = link_.get();
+    clock_ = std::make_unique<MasterClockService>(MasterClock::shared());
+    peers_ = std::make_unique<PeerLinkService>(*link_);
+    DeskServices services;
+    services.clock = clock_.get();
+    services.link = peers_.get();
     services.system = system_.get();
     services.deviceID = platform::deviceID();
     services.sessionsFolder = options.sessionsFolder.isEmpty() ? DeskModel::defaultSessionsFolder()
@@ -52,6 +55,7 @@ LiveDesk::LiveDesk(const LiveDeskOptions& options) : loop_(std::make_unique<QEve
 LiveDesk::~LiveDesk() {
     // The model lets go of the link before the link goes.
     model_.reset();
+    peers_.reset();
 }
 
 void LiveDesk::run(std::optional<std::chrono::milliseconds> limit) {

@@ -50,6 +50,8 @@ public:
 private:
     std::unique_ptr<PeerLink> link_;
     std::unique_ptr<SystemServices> system_;
+    std::unique_ptr<ClockService> clock_;
+    std::unique_ptr<LinkService> peers_;
     std::unique_ptr<DeskModel> model_;
     std::unique_ptr<QEventLoop> loop_;
 };

@@ -1,5 +1,7 @@
 #include "cli/shoot_input.h"
 
+#include "desk/desk_words.h"
+
 #include "media/media_reader.h"
 
 #include <algorithm>
@@ -18,10 +20,10 @@ std::optional<FolderArgument> parseFolder(const std::string& text, std::string_v
 }
 
 void printLogMessages(const OpenedLogs& opened, std::ostream& err) {
-    for (const auto& message : opened.messages) {
-        err << message.text;
-        if (!message.detail.empty())
-            err << " (" << message.detail << ")";
+    for (const auto& problem : opened.problems) {
+        err << words::text(problem);
+        if (!problem.detail.empty())
+            err << " (" << problem.detail << ")";
         err << '\n';
     }
 }

@@ -8,10 +8,6 @@
 
 namespace korvalume::deskrules {
 
-std::string folderPanelText(std::string_view cameraName) {
-    return "Choose the folder holding " + std::string(cameraName) + "'s clips.";
-}
-
 std::string defaultName(QDate today) {
     // Month names in English whatever the user's language, as the phones write them.
     const QString date = QLocale::c().toString(today, QStringLiteral("d MMM"));

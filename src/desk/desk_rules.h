@@ -14,16 +14,6 @@ namespace korvalume::deskrules {
 // opened as finished.
 inline constexpr double takeUpLiveWithin = 18 * 3600.0;
 
-// The reason given to the system while a live session keeps the machine awake.
-inline constexpr std::string_view awakeReason = "Live Korvalume session";
-
-inline constexpr std::string_view openPanelText =
-    "Choose the session logs sent from the phones. Pick several to combine them.";
-inline constexpr std::string_view savePanelText = "This one file holds the whole session.";
-inline constexpr std::string_view exportPanelText =
-    "In Premiere Pro: File > Import, then choose this file.";
-std::string folderPanelText(std::string_view cameraName);
-
 // "SHOOT 15 NOV" for 15 November.
 std::string defaultName(QDate today);
 // The name a new session gets from what the user typed: trimmed and upper-cased, or

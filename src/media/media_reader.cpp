@@ -87,14 +87,18 @@ std::vector<ClipFile> clips(const std::string& folder, const ScanOptions& option
     if (options.progress)
         options.progress(progress);
     for (const std::string& path : paths) {
-        const bool audio = isAudioExtension(lowerExtension(filepath::toNative(path)));
-        if (auto clip = audio ? bwfmeta::read(path) : readVideo(path))
+        if (auto clip = options.readFile ? options.readFile(path) : readFile(path))
             found.push_back(std::move(*clip));
         ++progress.filesDone;
         if (options.progress)
             options.progress(progress);
     }
     return found;
+}
+
+std::optional<ClipFile> readFile(const std::string& path) {
+    const bool audio = isAudioExtension(lowerExtension(filepath::toNative(path)));
+    return audio ? bwfmeta::read(path) : readVideo(path);
 }
 
 std::optional<ClipFile> read(const std::string& path) {

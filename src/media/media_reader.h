@@ -18,7 +18,14 @@ struct ScanProgress {
 struct ScanOptions {
     // Called on the scanning thread after every file (and once before the first).
     std::function<void(const ScanProgress&)> progress;
+    // Reads one file in place of readFile, on the scanning thread: lets a caller reuse
+    // what it read before.
+    std::function<std::optional<ClipFile>(const std::string& path)> readFile;
 };
+
+// One media file by its extension: a sound file through its WAV/BWF header, a movie
+// through its Sony sidecar when that reads, else its container headers.
+std::optional<ClipFile> readFile(const std::string& path);
 
 // Every media file under `folder`, recursively, hidden files skipped, sorted by
 // full path and read one at a time. A file that yields nothing is left out; an

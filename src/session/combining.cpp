@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -59,57 +60,79 @@ std::unordered_set<Uuid> rollingCameras(const std::vector<SyncEvent>& events) {
     return rolling;
 }
 
-std::string counted(std::size_t count, std::string_view noun) {
-    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+// Whether combining may move this log's own end.
+enum class EndOfThisLog { latest, kept };
+
+// Takes the cameras of `other` that are new or strictly newer, noting which changed.
+void combineCameras(std::vector<Camera>& cameras, const std::vector<Camera>& theirs,
+                    std::vector<Uuid>& changed) {
+    std::unordered_map<Uuid, std::size_t> cameraAt;
+    cameraAt.reserve(cameras.size() + theirs.size());
+    for (std::size_t i = 0; i < cameras.size(); ++i)
+        cameraAt.emplace(cameras[i].id, i);
+    for (const auto& camera : theirs) {
+        auto found = cameraAt.find(camera.id);
+        if (found == cameraAt.end()) {
+            cameraAt.emplace(camera.id, cameras.size());
+            cameras.push_back(camera);
+            changed.push_back(camera.id);
+        } else if (camera.updatedAt > cameras[found->second].updatedAt) {
+            if (cameras[found->second] != camera)
+                changed.push_back(camera.id);
+            cameras[found->second] = camera;
+        }
+    }
+}
+
+LogChanges combine(SessionDoc& doc, const SessionDoc& other, EndOfThisLog end) {
+    LogChanges changes;
+    if (other.id != doc.id)
+        return changes;
+    combineCameras(doc.cameras, other.cameras, changes.cameras);
+
+    // An event both logs hold is never replaced, whatever its contents.
+    auto& events = doc.events;
+    const auto known = eventIDs(events);
+    const std::size_t ownCount = events.size();
+    for (const auto& event : other.events) {
+        if (known.contains(event.id))
+            continue;
+        events.push_back(event);
+        if (event.cameraID)
+            changes.cameras.push_back(*event.cameraID);
+        changes.markersAdded = changes.markersAdded || event.kind == SyncEvent::Kind::marker;
+    }
+    changes.eventsAdded = events.size() - ownCount;
+    if (changes.eventsAdded > 0)
+        sortEvents(events, ownCount);
+    std::sort(changes.cameras.begin(), changes.cameras.end());
+    changes.cameras.erase(std::unique(changes.cameras.begin(), changes.cameras.end()),
+                          changes.cameras.end());
+
+    const auto before = std::tie(doc.endedAt, doc.endedForAll, doc.ownerID);
+    const auto was = std::make_tuple(doc.endedAt, doc.endedForAll, doc.ownerID);
+    if (end == EndOfThisLog::latest)
+        doc.endedAt = later(doc.endedAt, other.endedAt);
+    doc.endedForAll = later(doc.endedForAll, other.endedForAll);
+    if (!doc.ownerID)
+        doc.ownerID = other.ownerID;
+    changes.sessionChanged = before != was;
+    return changes;
 }
 
 } // namespace
 
-void merge(SessionDoc& doc, const SessionDoc& other) {
-    if (other.id != doc.id)
-        return;
-    auto& cameras = doc.cameras;
-    auto& events = doc.events;
-
-    std::unordered_map<Uuid, std::size_t> cameraAt;
-    cameraAt.reserve(cameras.size() + other.cameras.size());
-    for (std::size_t i = 0; i < cameras.size(); ++i)
-        cameraAt.emplace(cameras[i].id, i);
-    for (const auto& theirs : other.cameras) {
-        auto found = cameraAt.find(theirs.id);
-        if (found == cameraAt.end()) {
-            cameraAt.emplace(theirs.id, cameras.size());
-            cameras.push_back(theirs);
-        } else if (theirs.updatedAt > cameras[found->second].updatedAt) {
-            cameras[found->second] = theirs;
-        }
-    }
-
-    // An event both logs hold is never replaced, whatever its contents.
-    const auto known = eventIDs(events);
-    const std::size_t ownCount = events.size();
-    for (const auto& event : other.events)
-        if (!known.contains(event.id))
-            events.push_back(event);
-    sortEvents(events, ownCount);
-
-    doc.endedAt = later(doc.endedAt, other.endedAt);
-    doc.endedForAll = later(doc.endedForAll, other.endedForAll);
-    if (!doc.ownerID)
-        doc.ownerID = other.ownerID;
+LogChanges merge(SessionDoc& doc, const SessionDoc& other) {
+    return combine(doc, other, EndOfThisLog::latest);
 }
 
-void mergeLive(SessionDoc& doc, const SessionDoc& other) {
-    const auto ownEnd = doc.endedAt;
-    merge(doc, other);
-    doc.endedAt = ownEnd;
+LogChanges mergeLive(SessionDoc& doc, const SessionDoc& other) {
+    return combine(doc, other, EndOfThisLog::kept);
 }
 
 bool covers(const SessionDoc& doc, const SessionDoc& other) {
     SessionDoc combined = doc;
-    merge(combined, other);
-    combined.endedAt = doc.endedAt;
-    return combined == doc;
+    return !mergeLive(combined, other).any();
 }
 
 bool finish(SessionDoc& doc, std::string_view deviceID, MasterInstant instant, FinishScope scope) {
@@ -134,19 +157,19 @@ bool finish(SessionDoc& doc, std::string_view deviceID, MasterInstant instant, F
     return true;
 }
 
-std::vector<std::string> report(const SessionDoc& doc, const SessionDoc& adding) {
+CombiningReport report(const SessionDoc& doc, const SessionDoc& adding) {
     struct NewCounts {
         std::size_t recordings = 0;
         std::size_t scans = 0;
     };
     const auto known = eventIDs(doc.events);
     std::unordered_map<Uuid, NewCounts> countsOf;
-    std::size_t newMarkers = 0;
+    CombiningReport result;
     for (const auto& event : adding.events) {
         if (known.contains(event.id))
             continue;
         if (event.kind == SyncEvent::Kind::marker)
-            ++newMarkers;
+            ++result.markers;
         if (!event.cameraID)
             continue;
         if (event.kind == SyncEvent::Kind::recStart)
@@ -160,45 +183,25 @@ std::vector<std::string> report(const SessionDoc& doc, const SessionDoc& adding)
     for (const auto& camera : doc.cameras)
         existing.emplace(camera.id, &camera);
 
-    std::vector<std::string> lines;
     for (const auto& camera : adding.cameras) {
         if (camera.removed)
             continue;
         const auto found = countsOf.find(camera.id);
         const NewCounts counts = found == countsOf.end() ? NewCounts{} : found->second;
-        std::string parts;
-        if (counts.recordings > 0)
-            parts = counted(counts.recordings, "recording");
-        if (counts.scans > 0)
-            parts += (parts.empty() ? "" : " and ") + counted(counts.scans, "timecode scan");
-
+        CameraGain gain{camera.name, false, counts.recordings, counts.scans, std::nullopt, false};
         const auto mine = existing.find(camera.id);
         if (mine == existing.end()) {
-            lines.push_back(camera.name + " is new to this session" +
-                            (parts.empty() ? "." : ", with " + parts + "."));
-            continue;
+            gain.isNew = true;
+        } else {
+            gain.name = mine->second->name;
+            if (camera.name != gain.name) {
+                gain.otherName = camera.name;
+                gain.renamed = camera.updatedAt > mine->second->updatedAt;
+            }
         }
-        const Camera& current = *mine->second;
-        std::string line = current.name + " is already in this session. ";
-        if (parts.empty())
-            line += "This log had nothing new for it.";
-        else
-            line += "Added " + parts + " that " +
-                    (counts.recordings + counts.scans == 1 ? "was" : "were") + "n't here.";
-        if (camera.name != current.name) {
-            if (!(camera.updatedAt > current.updatedAt))
-                line +=
-                    " Kept the name " + current.name + ", which is newer than " + camera.name + ".";
-            else
-                line += " Renamed to " + camera.name + ", the newer name.";
-        }
-        lines.push_back(std::move(line));
+        result.cameras.push_back(std::move(gain));
     }
-    if (newMarkers > 0)
-        lines.push_back("Added " + counted(newMarkers, "marker") + ".");
-    if (lines.empty())
-        lines.emplace_back("This log had no cameras or markers in it.");
-    return lines;
+    return result;
 }
 
 } // namespace korvalume

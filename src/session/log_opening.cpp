@@ -46,7 +46,7 @@ LogStep openLog(OpenedLogs& state, const std::string& path, Combining combining)
     const std::string fileName = lastPathComponent(path);
     auto read = readLog(path);
     if (!read) {
-        state.messages.push_back({fileName + " is not a Korvalume session log.", read.message()});
+        state.problems.push_back({LogProblem::Kind::unreadable, fileName, read.message(), {}, {}});
         return LogStep::unreadable;
     }
     SessionDoc& incoming = *read;
@@ -56,21 +56,16 @@ LogStep openLog(OpenedLogs& state, const std::string& path, Combining combining)
         return LogStep::opened;
     }
     if (state.doc->id == incoming.id) {
-        auto lines = state.report.value_or(std::vector<std::string>{});
-        for (auto& line : report(*state.doc, incoming))
-            lines.push_back(std::move(line));
-        state.report = std::move(lines);
-        if (combining == Combining::mergeLive)
-            mergeLive(*state.doc, incoming);
-        else
-            merge(*state.doc, incoming);
+        auto reports = state.report.value_or(std::vector<CombiningReport>{});
+        reports.push_back(report(*state.doc, incoming));
+        state.report = std::move(reports);
+        state.changes = combining == Combining::mergeLive ? mergeLive(*state.doc, incoming)
+                                                          : merge(*state.doc, incoming);
         ++state.logCount;
         return LogStep::combined;
     }
-    state.messages.push_back({fileName + " is from session \u201c" + incoming.name +
-                                  "\u201d. You have \u201c" + state.doc->name +
-                                  "\u201d open, so it was left out.",
-                              {}});
+    state.problems.push_back(
+        {LogProblem::Kind::otherSession, fileName, {}, incoming.name, state.doc->name});
     return LogStep::leftOut;
 }
 

@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-// One camera's recordings as the log saw them, and its status line; the queries
-// that derive them are in session/logged_recordings.h.
+// One camera's recordings as the log saw them; the queries that derive them are in
+// session/logged_recordings.h.
 namespace korvalume {
 
 struct LoggedClip {
@@ -22,15 +22,6 @@ struct LoggedClip {
     double duration(MasterInstant now) const { return end.value_or(now) - start; }
 
     friend bool operator==(const LoggedClip&, const LoggedClip&) = default;
-};
-
-// The one-line status of a camera as the interface shows it.
-struct CameraSummary {
-    std::string text; // "ROLLING 01:05", "TC LOCKED 00:30 AGO", "SCAN NEEDED", ...
-    bool rolling = false;
-    bool warning = false;
-
-    friend bool operator==(const CameraSummary&, const CameraSummary&) = default;
 };
 
 } // namespace korvalume

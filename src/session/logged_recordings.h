@@ -6,16 +6,12 @@
 #include <vector>
 
 // What a log saw of one camera: its recordings paired from recStart, recStop and
-// linkLost events, its timecode scans, and its status line.
+// linkLost events, and its timecode scans. Its live status is in camera_activity.h.
 namespace korvalume {
 
 // The camera's recordings in the order they were closed, a still-running one last.
 std::vector<LoggedClip> clips(const SessionDoc& doc, const Uuid& cameraID);
 // The camera's tcScan events, stored order.
 std::vector<SyncEvent> scans(const SessionDoc& doc, const Uuid& cameraID);
-// The camera's last recording has no end yet.
-bool isRolling(const SessionDoc& doc, const Uuid& cameraID);
-// The camera's status line at master-clock instant `now`.
-CameraSummary summary(const SessionDoc& doc, const Camera& camera, MasterInstant now);
 
 } // namespace korvalume

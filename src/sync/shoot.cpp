@@ -48,6 +48,7 @@ resolveCards(const SessionDoc& doc, const std::vector<FolderChoice>& choices) {
 
 std::vector<ClipFile> readCard(const std::string& folder, const Options& options) {
     mediareader::ScanOptions scan;
+    scan.readFile = options.readFile;
     if (options.progress) {
         scan.progress = [&options, &folder](const mediareader::ScanProgress& progress) {
             options.progress(folder, progress);

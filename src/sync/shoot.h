@@ -45,6 +45,8 @@ struct Options {
     std::function<void(const OpenedLogs&)> logsOpened;
     // Progress of reading one folder, on the thread that reads it.
     std::function<void(const std::string& folder, const mediareader::ScanProgress&)> progress;
+    // Reads one file of a card in place of the media readers (see mediareader::ScanOptions).
+    std::function<std::optional<ClipFile>(const std::string& path)> readFile;
 };
 
 // The cards named by `choices`, each folder checked before any is read so that a typo

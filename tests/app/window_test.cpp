@@ -116,9 +116,9 @@ TEST_F(WindowTest, StartingASessionShowsTheLiveViewWaitingForCameras) {
     QTest::keyClick(window_, Qt::Key_Return);
 
     ASSERT_TRUE(QTest::qWaitFor([&] { return item("liveView") != nullptr; }, waitMs));
-    EXPECT_TRUE(desk->isLive());
-    EXPECT_EQ(desk->doc()->name, "NIGHT EXTERIOR");
-    EXPECT_EQ(desk->doc()->fps, (FrameRate{30, true}));
+    EXPECT_TRUE(desk->live().isLive());
+    EXPECT_EQ(desk.doc().name, "NIGHT EXTERIOR");
+    EXPECT_EQ(desk.doc().fps, (FrameRate{30, true}));
     DeskView nextStart;
     EXPECT_EQ(nextStart.rateLabels().at(nextStart.rateIndex()), "29.97");
     EXPECT_TRUE(
@@ -132,11 +132,12 @@ TEST_F(WindowTest, StartingASessionShowsTheLiveViewWaitingForCameras) {
     QProcess zbar;
     zbar.start(QStringLiteral("zbarimg"), {"--raw", "-q", shot});
     ASSERT_TRUE(zbar.waitForFinished(30'000));
-    EXPECT_EQ(QString::fromUtf8(zbar.readAllStandardOutput()).trimmed(), desk->joinLink());
+    EXPECT_EQ(QString::fromUtf8(zbar.readAllStandardOutput()).trimmed(),
+              qs(SessionLink::from(desk.doc()).url()));
 
     // Marking from the sidebar drops a marker in the log.
     click("markButton");
-    EXPECT_EQ(desk->doc()->markers().size(), 1u);
+    EXPECT_EQ(desk.doc().markers().size(), 1u);
 }
 
 TEST_F(WindowTest, OpenedLogsShowTheSessionAndExportWaitsForAPlacedClip) {
@@ -165,9 +166,9 @@ TEST_F(WindowTest, OpenedLogsShowTheSessionAndExportWaitsForAPlacedClip) {
     QMetaObject::invokeMethod(
         item("cameraCard:CAM A"), "folderDropped",
         Q_ARG(QUrl, QUrl::fromLocalFile(QFileInfo(QString::fromStdString(movie)).path())));
-    EXPECT_FALSE(desk->folders().empty());
+    EXPECT_FALSE(desk->planner().folders().empty());
     ASSERT_TRUE(QTest::qWaitFor([&] { return item("exportButton")->isEnabled(); }, waitMs));
-    EXPECT_TRUE(desk->canExport());
+    EXPECT_TRUE(desk->planner().canExport());
 }
 
 TEST_F(WindowTest, ADeskThatDidNotStartTheSessionOffersToStopWatching) {
@@ -176,7 +177,7 @@ TEST_F(WindowTest, ADeskThatDidNotStartTheSessionOffersToStopWatching) {
     SessionDoc started = session("DAY 2");
     started.startedAt = MasterInstant(desk.wallClock - 100);
     started.ownerID = "0WNE0000-0000-4000-8000-000000000009";
-    desk->join(SessionLink::from(started));
+    desk->live().join(SessionLink::from(started));
     ASSERT_TRUE(QTest::qWaitFor([&] { return item("liveView") != nullptr; }, waitMs));
     EXPECT_EQ(text("endButton"), "STOP WATCHING");
 
@@ -185,8 +186,8 @@ TEST_F(WindowTest, ADeskThatDidNotStartTheSessionOffersToStopWatching) {
     EXPECT_EQ(window_->findChild<QObject*>("endDialog")->property("title").toString(),
               "Stop watching this session?");
     click("dialogAccept", window_->findChild<QObject*>("endDialog"));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !desk->isLive(); }, waitMs));
-    EXPECT_FALSE(desk->doc()->endedForAll) << "only this desk stops";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !desk->live().isLive(); }, waitMs));
+    EXPECT_FALSE(desk.doc().endedForAll) << "only this desk stops";
 }
 
 } // namespace

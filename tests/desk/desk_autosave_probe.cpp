@@ -20,11 +20,11 @@ int main(int argc, char** argv) {
     const double startedAt = std::atof(argv[2]);
     qputenv("KORVALUME_TEST_TMP", argv[1]); // the desk's own files go with the test's
     Desk desk(QString::fromUtf8(argv[1]), startedAt + 10);
-    desk->join(korvalume::SessionLink::from(autosaveState(startedAt, 0)));
+    desk->live().join(korvalume::SessionLink::from(autosaveState(startedAt, 0)));
     int markers = 0;
     QTimer stream;
     QObject::connect(&stream, &QTimer::timeout,
-                     [&] { desk->receive(autosaveState(startedAt, ++markers)); });
+                     [&] { desk->live().receive(autosaveState(startedAt, ++markers), {}); });
     stream.start(0);
     std::printf("ready\n");
     std::fflush(stdout);

@@ -4,7 +4,9 @@
 // time server, the peer link on loopback, and system services that record what they are
 // asked to do.
 
+#include "base/qt_text.h"
 #include "desk/desk_model.h"
+#include "desk/live_services.h"
 #include "live/master_clock.h"
 #include "live/peer_link.h"
 #include "platform/system_services.h"
@@ -67,7 +69,15 @@ struct Desk {
     PeerLink link{{"STUDIO MAC", deviceID, PeerLink::Discovery::manual,
                    QHostAddress(QHostAddress::LocalHost)}};
     RecordingServices services;
-    DeskModel model{DeskModel::Services{&clock, &link, &services, deviceID, sessionsFolder}};
+    MasterClockService clockService{clock};
+    PeerLinkService linkService{link};
+    DeskModel model{DeskServices{&clockService, &linkService, &services, deviceID, sessionsFolder}};
+
+    const SessionDoc& doc() const { return *model.document().doc(); }
+    // Waits until no card folder is being read.
+    bool cardsRead(int waitMs = 20'000) {
+        return QTest::qWaitFor([this] { return model.planner().readingIDs().isEmpty(); }, waitMs);
+    }
 };
 
 } // namespace korvalume::testing

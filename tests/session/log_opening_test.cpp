@@ -44,20 +44,20 @@ TEST(LogOpening, CombinesLogsOfTheSessionAndLeavesOthersOut) {
     SessionDoc expected = phoneLog(1, "CAM A");
     merge(expected, phoneLog(2, "CAM B"));
     EXPECT_EQ(opened.doc, expected);
-    EXPECT_EQ(opened.report, (std::vector<std::string>{
-                                 "CAM B is new to this session, with 1 recording.",
-                                 "CAM A is already in this session. This log had nothing new "
-                                 "for it."}));
+    ASSERT_TRUE(opened.report);
+    ASSERT_EQ(opened.report->size(), 2u);
+    EXPECT_EQ(opened.report->at(0).cameras,
+              (std::vector{CameraGain{"CAM B", true, 1, 0, std::nullopt, false}}));
+    EXPECT_EQ(opened.report->at(1).cameras,
+              (std::vector{CameraGain{"CAM A", false, 0, 0, std::nullopt, false}}));
     // notes.txt is skipped without a word.
-    ASSERT_EQ(opened.messages.size(), 4u);
-    EXPECT_EQ(opened.messages[0], (LogMessage{"broken.korvalume is not a Korvalume session log.",
-                                              "\"fps\" is missing"}));
-    EXPECT_EQ(opened.messages[1].text,
-              "other.korvalume is from session \u201cOTHER SHOOT\u201d. You have "
-              "\u201cSHOOT 15 NOV\u201d open, so it was left out.");
-    EXPECT_EQ(opened.messages[2].text, "missing.korvalume is not a Korvalume session log.");
-    EXPECT_EQ(opened.messages[3],
-              (LogMessage{"folder.korvalume is not a Korvalume session log.", "it is a folder"}));
+    using Kind = LogProblem::Kind;
+    EXPECT_EQ(opened.problems,
+              (std::vector<LogProblem>{
+                  {Kind::unreadable, "broken.korvalume", "\"fps\" is missing", {}, {}},
+                  {Kind::otherSession, "other.korvalume", {}, "OTHER SHOOT", "SHOOT 15 NOV"},
+                  {Kind::unreadable, "missing.korvalume", opened.problems[2].detail, {}, {}},
+                  {Kind::unreadable, "folder.korvalume", "it is a folder", {}, {}}}));
 
     const auto nothing = openLogs(std::vector{write("x.korvalume", "{")});
     EXPECT_FALSE(nothing.doc || nothing.report || nothing.logCount);

@@ -1,3 +1,4 @@
+#include "session/camera_activity.h"
 #include "session/logged_recordings.h"
 #include "support/shoot_builder.h"
 
@@ -41,38 +42,33 @@ TEST(LoggedRecordings, PairsStartsWithStopsAndLinkLosses) {
     // A link loss closes the recording open-ended; the stop after it is ignored.
     doc = logOf({{recStart, 10}, {linkLost, 15}, {recStop, 20}, {recStart, 30}, {recStop, 40}});
     EXPECT_EQ(clips(doc, uuidNumber(1)), (std::vector{clip(doc, 0, 15, true), clip(doc, 3, 40)}));
-    EXPECT_FALSE(isRolling(doc, uuidNumber(1)));
 
     // A start with nothing after it is still running.
     doc = logOf({{recStart, 10}, {recStop, 11}, {recStart, 20}});
     EXPECT_EQ(clips(doc, uuidNumber(1)), (std::vector{clip(doc, 0, 11), clip(doc, 2, {})}));
-    EXPECT_TRUE(isRolling(doc, uuidNumber(1)));
 }
 
-TEST(LoggedRecordings, SummaryFollowsTheFirstRuleThatApplies) {
+TEST(CameraActivity, StatusFollowsTheFirstRuleThatApplies) {
     SessionDoc doc = session();
     const Camera bluetooth = camera(1, "CAM A", Camera::Link::bluetooth);
     const Camera wifi = camera(2, "CAM B", Camera::Link::wifi);
     const Camera scanOnly = camera(3, "CAM C", Camera::Link::scan);
-    EXPECT_EQ(summary(doc, bluetooth, MasterInstant(100)),
-              (CameraSummary{"STANDBY", false, false}));
-    EXPECT_EQ(summary(doc, wifi, MasterInstant(100)), (CameraSummary{"SCAN NEEDED", false, true}));
+    const std::vector ids{bluetooth.id, wifi.id, scanOnly.id};
+    const auto statusAt = [&](const Camera& cam, double now) {
+        return status(cam, activities(doc, ids).at(cam.id), MasterInstant(now));
+    };
+    using State = CameraStatus::State;
+    EXPECT_EQ(statusAt(bluetooth, 100), (CameraStatus{State::standby, 0}));
+    EXPECT_EQ(statusAt(wifi, 100), (CameraStatus{State::scanNeeded, 0}));
 
     doc.events = {event(1, tcScan, 10, 3), event(2, tcScan, 40, 3), event(3, recStart, 50, 2),
                   event(4, linkLost, 60, 1), event(5, tcScan, 70, 1)};
-    EXPECT_EQ(summary(doc, scanOnly, MasterInstant(100)),
-              (CameraSummary{"TC LOCKED 01:00 AGO", false, false}));
-    EXPECT_EQ(summary(doc, wifi, MasterInstant(3700)),
-              (CameraSummary{"ROLLING 1:00:50", true, false}));
-    // A scan after a link loss does not bring the link back.
-    EXPECT_EQ(summary(doc, bluetooth, MasterInstant(100)),
-              (CameraSummary{"LINK LOST / USING TIMECODE", false, true}));
+    EXPECT_EQ(statusAt(scanOnly, 100), (CameraStatus{State::timecodeLocked, 60}));
+    EXPECT_EQ(statusAt(wifi, 3700), (CameraStatus{State::rolling, 3650}));
+    // A scan after a link loss does not bring the link back; a recording after it does.
+    EXPECT_EQ(statusAt(bluetooth, 100), (CameraStatus{State::linkLost, 0}));
     doc.events.push_back(event(6, recStart, 80, 1));
     doc.events.push_back(event(7, recStop, 90, 1));
-    EXPECT_EQ(summary(doc, bluetooth, MasterInstant(100)),
-              (CameraSummary{"STANDBY", false, false}));
-
-    // Instants far apart in a damaged log don't end the process.
-    doc.events = {event(8, recStart, -1.7e308, 1)};
-    EXPECT_TRUE(summary(doc, bluetooth, MasterInstant(1.7e308)).rolling);
+    EXPECT_EQ(statusAt(bluetooth, 100), (CameraStatus{State::standby, 0}));
+    EXPECT_EQ(activities(doc, ids).at(bluetooth.id).recordings, clips(doc, bluetooth.id).size());
 }

@@ -97,17 +97,24 @@ Item {
                     spacing: 10
                     model: liveState.rows
                     delegate: Rectangle {
-                        required property var modelData
+                        id: row
+                        required property string name
+                        required property string kindLink
+                        required property string status
+                        required property bool rolling
+                        required property bool warning
+                        required property string clips
+                        required property string detail
                         width: rows.width
                         height: 74
                         color: "white"
                         border.width: 1
-                        border.color: modelData.rolling ? Kit.recRed : Kit.rule
+                        border.color: row.rolling ? Kit.recRed : Kit.rule
                         Rectangle {
                             width: 4
                             height: parent.height
-                            color: modelData.rolling ? Kit.recRed
-                                                     : (modelData.warning ? Kit.amber : Kit.rule)
+                            color: row.rolling ? Kit.recRed
+                                                     : (row.warning ? Kit.amber : Kit.rule)
                         }
                         ColumnLayout {
                             anchors.fill: parent
@@ -117,12 +124,12 @@ Item {
                             RowLayout {
                                 spacing: 10
                                 Text {
-                                    text: modelData.name
+                                    text: row.name
                                     font: Kit.mono(13, Font.Bold)
                                     color: Kit.ink
                                 }
                                 Text {
-                                    text: modelData.kindLink
+                                    text: row.kindLink
                                     font: Kit.mono(9)
                                     color: Qt.rgba(0, 0, 0, 0.5)
                                 }
@@ -130,28 +137,28 @@ Item {
                                     Layout.fillWidth: true
                                 }
                                 Rectangle {
-                                    visible: modelData.rolling
+                                    visible: row.rolling
                                     width: 8
                                     height: 8
                                     radius: 4
                                     color: Kit.recRed
                                 }
                                 Text {
-                                    text: (modelData.warning ? "\u25B2 " : "") + modelData.status
+                                    text: (row.warning ? "\u25B2 " : "") + row.status
                                     font: Kit.mono(11, Font.Bold)
-                                    color: modelData.rolling ? Kit.recRed
-                                                             : (modelData.warning ? Kit.amber : Kit.ink)
+                                    color: row.rolling ? Kit.recRed
+                                                             : (row.warning ? Kit.amber : Kit.ink)
                                 }
                             }
                             RowLayout {
                                 spacing: 14
                                 Text {
-                                    text: modelData.clips
+                                    text: row.clips
                                     font: Kit.mono(9, Font.DemiBold)
                                     color: Kit.ink
                                 }
                                 Text {
-                                    text: modelData.detail
+                                    text: row.detail
                                     font: Kit.mono(9)
                                     color: Qt.rgba(0, 0, 0, 0.55)
                                 }
