@@ -41,17 +41,10 @@ Examples:
 Exit codes: 0 at least one sample, 1 none, 2 usage error.
 )";
 
-constexpr int samplesPerCheck = 4;
-
 std::string seconds(double value, bool sign) {
     char text[40];
     std::snprintf(text, sizeof text, sign ? "%+.6f" : "%.6f", value);
     return text;
-}
-
-// Shortest text that reads back as the same double, for JSON.
-std::string number(double value) {
-    return QString::number(value, 'g', 17).toStdString();
 }
 
 int runClock(std::span<const std::string> args, Io& io) {
@@ -77,16 +70,17 @@ int runClock(std::span<const std::string> args, Io& io) {
     std::vector<sntp::Outcome> outcomes;
     QEventLoop loop;
     QObject context;
-    std::function<void()> next = [&] {
-        sntp::exchange(*server, {}, &context, [&](const sntp::Outcome& outcome) {
-            outcomes.push_back(outcome);
-            if (outcomes.size() < samplesPerCheck)
-                next();
-            else
-                loop.quit();
+    sntp::takeInTurn<sntp::Outcome>(
+        sntp::samplesPerCheck,
+        [&](std::function<void(sntp::Outcome)> next) {
+            sntp::exchange(
+                *server, {}, &context,
+                [next = std::move(next)](const sntp::Outcome& outcome) { next(outcome); });
+        },
+        [&](std::vector<sntp::Outcome> all) {
+            outcomes = std::move(all);
+            loop.quit();
         });
-    };
-    next();
     loop.exec();
 
     std::vector<std::optional<sntp::Sample>> samples;
@@ -98,21 +92,19 @@ int runClock(std::span<const std::string> args, Io& io) {
     const std::string where = server->text().toStdString();
 
     if (parsed->isSet("json")) {
-        // The host is whatever was typed or configured; JSON needs it quoted and escaped.
-        io.out << "{\"server\": "
-               << nlohmann::json(where).dump(-1, ' ', false,
-                                             nlohmann::json::error_handler_t::replace)
-               << ", \"samples\": [";
-        for (std::size_t i = 0; i < outcomes.size(); ++i) {
-            io.out << (i ? ", " : "");
-            if (const auto* sample = std::get_if<sntp::Sample>(&outcomes[i]))
-                io.out << "{\"offset\": " << number(sample->offset)
-                       << ", \"delay\": " << number(sample->delay) << "}";
+        auto list = nlohmann::ordered_json::array();
+        for (const auto& outcome : outcomes) {
+            if (const auto* sample = std::get_if<sntp::Sample>(&outcome))
+                list.push_back({{"offset", sample->offset}, {"delay", sample->delay}});
             else
-                io.out << "{\"error\": \"" << sntp::describe(std::get<sntp::Failure>(outcomes[i]))
-                       << "\"}";
+                list.push_back({{"error", sntp::describe(std::get<sntp::Failure>(outcome))}});
         }
-        io.out << "], \"offset\": " << (best ? number(best->offset) : "null") << "}\n";
+        const nlohmann::ordered_json document{
+            {"server", where},
+            {"samples", std::move(list)},
+            {"offset", best ? nlohmann::ordered_json(best->offset) : nlohmann::ordered_json()}};
+        // The host is whatever was typed or configured; bytes that are not UTF-8 are replaced.
+        io.out << document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
     } else {
         io.out << "Time server: " << where << '\n';
         for (std::size_t i = 0; i < outcomes.size(); ++i) {

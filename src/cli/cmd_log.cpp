@@ -1,5 +1,6 @@
 // `korvalume log`: open and combine session logs as the desk does after a shoot.
 #include "base/atomic_file.h"
+#include "base/qt_text.h"
 #include "cli/command.h"
 #include "cli/options.h"
 #include "cli/shoot_input.h"
@@ -104,24 +105,25 @@ void printSummary(const OpenedLogs& opened, std::ostream& out) {
 }
 
 void printJson(const OpenedLogs& opened, const std::string& encodedDoc, std::ostream& out) {
-    std::string text = "{\"doc\":";
-    text += opened.doc ? encodedDoc : "null";
-    text += ",\"logCount\":";
-    jsontext::appendInt(text, opened.logCount);
-    text += ",\"messages\":[";
-    for (std::size_t i = 0; i < opened.problems.size(); ++i) {
-        if (i > 0)
-            text += ',';
-        jsontext::appendString(text, words::text(opened.problems[i]), "message");
-    }
-    text += "],\"report\":[";
-    const auto lines = opened.report ? words::lines(*opened.report) : std::vector<std::string>{};
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        if (i > 0)
-            text += ',';
-        jsontext::appendString(text, lines[i], "report");
-    }
-    text += "]}";
+    std::string text;
+    jsontext::Writer json(text);
+    json.beginObject();
+    json.key("doc");
+    if (opened.doc)
+        json.json(encodedDoc);
+    else
+        json.null();
+    json.key("logCount").integer(opened.logCount);
+    json.key("messages").beginArray();
+    for (const auto& problem : opened.problems)
+        json.string(utf8(qs(words::text(problem))), "message"); // file names need not be UTF-8
+    json.endArray();
+    json.key("report").beginArray();
+    if (opened.report)
+        for (const auto& line : words::lines(*opened.report))
+            json.string(utf8(qs(line)), "report");
+    json.endArray();
+    json.endObject();
     out << text << '\n';
 }
 

@@ -8,13 +8,13 @@
 #include <QSettings>
 #include <QTimer>
 
+#include <QPointer>
+
 #include <cmath>
 
 namespace korvalume {
 
 namespace {
-
-constexpr std::size_t samplesPerCheck = 4;
 
 const char* sourceName(MasterClock::Source source) {
     return QMetaEnum::fromType<MasterClock::Source>().valueToKey(int(source));
@@ -37,7 +37,7 @@ std::optional<double> storedDouble(const QVariant& value) {
 
 } // namespace
 
-// One server check under way: the session it was started for and the best sample so far.
+// One finished server check: the session it was started for and its samples.
 struct MasterClock::Check {
     QString session;
     bool firstTry = false;
@@ -133,21 +133,18 @@ void MasterClock::setFromMaster(double correction) {
 }
 
 void MasterClock::checkServer(bool firstTry) {
-    auto check = std::make_shared<Check>();
-    check->session = session_;
-    check->firstTry = firstTry;
-    takeSample(check);
-}
-
-void MasterClock::takeSample(const std::shared_ptr<Check>& check) {
-    // Samples are taken one after another; the check ends after the fourth.
-    options_.sampler(this, [this, check](std::optional<Sample> sample) {
-        check->samples.push_back(sample);
-        if (check->samples.size() < samplesPerCheck)
-            takeSample(check);
-        else
-            apply(*check);
-    });
+    const QString session = session_;
+    const QPointer<MasterClock> self(this);
+    sntp::takeInTurn<std::optional<Sample>>(
+        sntp::samplesPerCheck,
+        [self](std::function<void(std::optional<Sample>)> next) {
+            if (self)
+                self->options_.sampler(self, std::move(next));
+        },
+        [self, session, firstTry](std::vector<std::optional<Sample>> samples) {
+            if (self)
+                self->apply(Check{session, firstTry, std::move(samples)});
+        });
 }
 
 void MasterClock::apply(const Check& check) {

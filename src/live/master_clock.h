@@ -89,7 +89,6 @@ signals:
 
 private:
     struct Check;
-    void takeSample(const std::shared_ptr<Check>& check);
     void apply(const Check& check);
     void save();
     void setOffset(double offset);

@@ -7,10 +7,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 class QObject;
 class QSettings;
@@ -20,6 +22,8 @@ class QSettings;
 namespace korvalume::sntp {
 
 inline constexpr std::size_t packetSize = 48;
+// A check of the server takes this many samples, one after another.
+inline constexpr std::size_t samplesPerCheck = 4;
 inline constexpr std::uint16_t defaultPort = 123;
 // Used only when neither the settings nor the environment name a server.
 inline constexpr std::string_view defaultHost = "pool.ntp.org";
@@ -70,5 +74,38 @@ struct ExchangeOptions {
 // never when `context` is destroyed first.
 void exchange(const Server& server, const ExchangeOptions& options, QObject* context,
               std::function<void(const Outcome&)> done);
+
+namespace detail {
+template <class Result> struct Turns {
+    std::size_t count = 0;
+    std::function<void(std::function<void(Result)>)> take;
+    std::function<void(std::vector<Result>)> done;
+    std::vector<Result> results;
+};
+
+// Each sample's callback holds the turns; once the last is in, nothing does.
+template <class Result> void takeNext(const std::shared_ptr<Turns<Result>>& turns) {
+    turns->take([turns](Result result) {
+        turns->results.push_back(std::move(result));
+        if (turns->results.size() < turns->count)
+            takeNext(turns);
+        else
+            turns->done(std::move(turns->results));
+    });
+}
+} // namespace detail
+
+// Takes `count` samples strictly one after another: `take(next)` starts one and calls
+// `next` with its result; `done` gets every result, in order, after the last. A sample
+// whose `next` is never called ends the series quietly.
+template <class Result>
+void takeInTurn(std::size_t count, std::function<void(std::function<void(Result)>)> take,
+                std::function<void(std::vector<Result>)> done) {
+    auto turns = std::make_shared<detail::Turns<Result>>();
+    turns->count = count;
+    turns->take = std::move(take);
+    turns->done = std::move(done);
+    detail::takeNext(turns);
+}
 
 } // namespace korvalume::sntp

@@ -30,11 +30,8 @@ std::string formatInstant(MasterInstant at, const QTimeZone& zone) {
     const double instant = at.seconds;
     if (!std::isfinite(instant) || instant < earliest || instant > latest) {
         std::string text;
-        try {
-            jsontext::appendDouble(text, instant, "instant");
-        } catch (const jsontext::JsonTextError&) {
+        if (!jsontext::appendDouble(text, instant))
             text = std::isnan(instant) ? "nan" : (instant < 0 ? "-inf" : "inf");
-        }
         return text + " s";
     }
     const auto ms = static_cast<qint64>(std::llround(instant * 1000));

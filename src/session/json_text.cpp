@@ -46,15 +46,11 @@ std::size_t utf8SequenceLength(std::string_view text, std::size_t i) {
     return length;
 }
 
-std::string quoted(std::string_view what) {
-    return "\"" + std::string(what) + "\"";
-}
-
 } // namespace
 
 // ---- Writing ----
 
-void appendString(std::string& out, std::string_view text, std::string_view what) {
+bool appendString(std::string& out, std::string_view text) {
     static constexpr char hex[] = "0123456789abcdef";
     out += '"';
     std::size_t i = 0;
@@ -63,7 +59,7 @@ void appendString(std::string& out, std::string_view text, std::string_view what
         if (c >= 0x80) {
             const std::size_t length = utf8SequenceLength(text, i);
             if (length == 0)
-                throw JsonTextError(quoted(what) + " is not valid UTF-8 text");
+                return false;
             out.append(text.substr(i, length));
             i += length;
             continue;
@@ -102,11 +98,12 @@ void appendString(std::string& out, std::string_view text, std::string_view what
         ++i;
     }
     out += '"';
+    return true;
 }
 
-void appendDouble(std::string& out, double value, std::string_view what) {
+bool appendDouble(std::string& out, double value) {
     if (!std::isfinite(value))
-        throw JsonTextError(quoted(what) + " is not a finite number");
+        return false;
     char buffer[400];
     const double magnitude = std::fabs(value);
     const bool plain = value == 0 || (magnitude >= 1e-6 && magnitude < 1e21);
@@ -114,12 +111,107 @@ void appendDouble(std::string& out, double value, std::string_view what) {
         plain ? std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed)
               : std::to_chars(buffer, buffer + sizeof buffer, value);
     out.append(buffer, result.ptr);
+    return true;
 }
 
 void appendInt(std::string& out, std::int64_t value) {
     char buffer[24];
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
     out.append(buffer, result.ptr);
+}
+
+// ---- Writer ----
+
+void Writer::beforeValue() {
+    if (afterKey_) {
+        afterKey_ = false;
+        return;
+    }
+    if (!filled_.empty()) {
+        if (filled_.back())
+            out_ += ',';
+        filled_.back() = true;
+    }
+}
+
+void Writer::fail(std::string_view what, std::string_view problem) {
+    if (error_)
+        return;
+    const std::string value = "\"" + std::string(what) + "\" " + std::string(problem);
+    error_ = place_.empty() ? value : place_ + ": " + value;
+}
+
+Writer& Writer::beginObject() {
+    beforeValue();
+    out_ += '{';
+    filled_.push_back(false);
+    return *this;
+}
+
+Writer& Writer::endObject() {
+    out_ += '}';
+    filled_.pop_back();
+    return *this;
+}
+
+Writer& Writer::beginArray() {
+    beforeValue();
+    out_ += '[';
+    filled_.push_back(false);
+    return *this;
+}
+
+Writer& Writer::endArray() {
+    out_ += ']';
+    filled_.pop_back();
+    return *this;
+}
+
+Writer& Writer::key(std::string_view name) {
+    beforeValue();
+    if (!appendString(out_, name))
+        fail(name, "is not valid UTF-8 text");
+    out_ += ':';
+    afterKey_ = true;
+    return *this;
+}
+
+Writer& Writer::string(std::string_view text, std::string_view what) {
+    beforeValue();
+    if (!appendString(out_, text))
+        fail(what, "is not valid UTF-8 text");
+    return *this;
+}
+
+Writer& Writer::number(double value, std::string_view what) {
+    beforeValue();
+    if (!appendDouble(out_, value))
+        fail(what, "is not a finite number");
+    return *this;
+}
+
+Writer& Writer::integer(std::int64_t value) {
+    beforeValue();
+    appendInt(out_, value);
+    return *this;
+}
+
+Writer& Writer::boolean(bool value) {
+    beforeValue();
+    out_ += value ? "true" : "false";
+    return *this;
+}
+
+Writer& Writer::null() {
+    beforeValue();
+    out_ += "null";
+    return *this;
+}
+
+Writer& Writer::json(std::string_view encoded) {
+    beforeValue();
+    out_ += encoded;
+    return *this;
 }
 
 } // namespace korvalume::jsontext

@@ -13,102 +13,47 @@ namespace {
 // ---- Writing ----
 // Keys are written in byte order by hand; a test checks the order against a sort.
 
-void appendKey(std::string& out, std::string_view key) {
-    out += '"';
-    out += key;
-    out += "\":";
+void writeCamera(jsontext::Writer& out, const Camera& camera) {
+    out.beginObject();
+    out.key("address").string(camera.address, "address");
+    out.key("id").string(camera.id.string(), "id");
+    out.key("kind").string(caseName(camera.kind), "kind");
+    out.key("link").string(caseName(camera.link), "link");
+    out.key("model").string(camera.model, "model");
+    out.key("name").string(camera.name, "name");
+    out.key("note").string(camera.note, "note");
+    out.key("ownerID").string(camera.ownerID, "ownerID");
+    out.key("ownerName").string(camera.ownerName, "ownerName");
+    out.key("removed").boolean(camera.removed);
+    out.key("updatedAt").number(camera.updatedAt.seconds, "updatedAt");
+    out.endObject();
 }
 
-void appendUuid(std::string& out, const Uuid& uuid) {
-    out += '"';
-    out += uuid.string();
-    out += '"';
+void writeEvent(jsontext::Writer& out, const SyncEvent& event) {
+    out.beginObject();
+    out.key("at").number(event.at.seconds, "at");
+    if (event.cameraID)
+        out.key("cameraID").string(event.cameraID->string(), "cameraID");
+    out.key("id").string(event.id.string(), "id");
+    out.key("kind").string(caseName(event.kind), "kind");
+    if (event.label)
+        out.key("label").string(*event.label, "label");
+    if (event.timecode)
+        out.key("timecode").string(*event.timecode, "timecode");
+    out.endObject();
 }
 
-void appendCaseName(std::string& out, std::string_view name) {
-    out += '"';
-    out += name;
-    out += '"';
-}
-
-void appendBool(std::string& out, bool value) {
-    out += value ? "true" : "false";
-}
-
-void appendCamera(std::string& out, const Camera& camera) {
-    out += '{';
-    appendKey(out, "address");
-    jsontext::appendString(out, camera.address, "address");
-    out += ',';
-    appendKey(out, "id");
-    appendUuid(out, camera.id);
-    out += ',';
-    appendKey(out, "kind");
-    appendCaseName(out, caseName(camera.kind));
-    out += ',';
-    appendKey(out, "link");
-    appendCaseName(out, caseName(camera.link));
-    out += ',';
-    appendKey(out, "model");
-    jsontext::appendString(out, camera.model, "model");
-    out += ',';
-    appendKey(out, "name");
-    jsontext::appendString(out, camera.name, "name");
-    out += ',';
-    appendKey(out, "note");
-    jsontext::appendString(out, camera.note, "note");
-    out += ',';
-    appendKey(out, "ownerID");
-    jsontext::appendString(out, camera.ownerID, "ownerID");
-    out += ',';
-    appendKey(out, "ownerName");
-    jsontext::appendString(out, camera.ownerName, "ownerName");
-    out += ',';
-    appendKey(out, "removed");
-    appendBool(out, camera.removed);
-    out += ',';
-    appendKey(out, "updatedAt");
-    jsontext::appendDouble(out, camera.updatedAt.seconds, "updatedAt");
-    out += '}';
-}
-
-void appendEvent(std::string& out, const SyncEvent& event) {
-    out += '{';
-    appendKey(out, "at");
-    jsontext::appendDouble(out, event.at.seconds, "at");
-    if (event.cameraID) {
-        out += ',';
-        appendKey(out, "cameraID");
-        appendUuid(out, *event.cameraID);
+// Each element of a list, with its place named in an error: "events[12]".
+template <class Element, class Write>
+void writeList(jsontext::Writer& out, std::string_view name, const std::vector<Element>& items,
+               Write&& write) {
+    out.key(name).beginArray();
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        out.setPlace(std::string(name) + "[" + std::to_string(i) + "]");
+        write(out, items[i]);
     }
-    out += ',';
-    appendKey(out, "id");
-    appendUuid(out, event.id);
-    out += ',';
-    appendKey(out, "kind");
-    appendCaseName(out, caseName(event.kind));
-    if (event.label) {
-        out += ',';
-        appendKey(out, "label");
-        jsontext::appendString(out, *event.label, "label");
-    }
-    if (event.timecode) {
-        out += ',';
-        appendKey(out, "timecode");
-        jsontext::appendString(out, *event.timecode, "timecode");
-    }
-    out += '}';
-}
-
-// Runs `write` and puts "events[12]." before the reason of a failure inside it.
-template <class Write>
-void withinElement(std::string_view array, std::size_t index, Write&& write) {
-    try {
-        write();
-    } catch (const JsonTextError& error) {
-        throw JsonTextError(std::string(array) + "[" + std::to_string(index) +
-                            "]: " + error.what());
-    }
+    out.setPlace({});
+    out.endArray();
 }
 
 // ---- Reading ----
@@ -330,71 +275,32 @@ SessionDoc readDoc(Reader& reader) {
 namespace sessionfile {
 
 Result<std::string> encoded(const SessionDoc& doc) {
-    std::string out;
+    std::string text;
     // Roughly what a typical event or camera takes, to spare reallocations.
-    out.reserve(256 + doc.cameras.size() * 240 + doc.events.size() * 140);
-    try {
-        out += '{';
-        appendKey(out, "cameras");
-        out += '[';
-        for (std::size_t i = 0; i < doc.cameras.size(); ++i) {
-            if (i > 0)
-                out += ',';
-            withinElement("cameras", i, [&] { appendCamera(out, doc.cameras[i]); });
-        }
-        out += ']';
-        if (doc.endedAt) {
-            out += ',';
-            appendKey(out, "endedAt");
-            jsontext::appendDouble(out, doc.endedAt->seconds, "endedAt");
-        }
-        if (doc.endedForAll) {
-            out += ',';
-            appendKey(out, "endedForAll");
-            jsontext::appendDouble(out, doc.endedForAll->seconds, "endedForAll");
-        }
-        out += ',';
-        appendKey(out, "events");
-        out += '[';
-        for (std::size_t i = 0; i < doc.events.size(); ++i) {
-            if (i > 0)
-                out += ',';
-            withinElement("events", i, [&] { appendEvent(out, doc.events[i]); });
-        }
-        out += ']';
-        out += ',';
-        appendKey(out, "fps");
-        out += '{';
-        appendKey(out, "ntsc");
-        appendBool(out, doc.fps.ntsc);
-        out += ',';
-        appendKey(out, "timebase");
-        jsontext::appendInt(out, doc.fps.timebase);
-        out += '}';
-        out += ',';
-        appendKey(out, "id");
-        appendUuid(out, doc.id);
-        out += ',';
-        appendKey(out, "name");
-        jsontext::appendString(out, doc.name, "name");
-        if (doc.ownerID) {
-            out += ',';
-            appendKey(out, "ownerID");
-            jsontext::appendString(out, *doc.ownerID, "ownerID");
-        }
-        out += ',';
-        appendKey(out, "startedAt");
-        jsontext::appendDouble(out, doc.startedAt.seconds, "startedAt");
-        if (doc.zone) {
-            out += ',';
-            appendKey(out, "zone");
-            jsontext::appendInt(out, *doc.zone);
-        }
-        out += '}';
-    } catch (const JsonTextError& error) {
-        return Result<std::string>::failure(ErrorKind::invalid, error.what());
-    }
-    return out;
+    text.reserve(256 + doc.cameras.size() * 240 + doc.events.size() * 140);
+    jsontext::Writer out(text);
+    out.beginObject();
+    writeList(out, "cameras", doc.cameras, writeCamera);
+    if (doc.endedAt)
+        out.key("endedAt").number(doc.endedAt->seconds, "endedAt");
+    if (doc.endedForAll)
+        out.key("endedForAll").number(doc.endedForAll->seconds, "endedForAll");
+    writeList(out, "events", doc.events, writeEvent);
+    out.key("fps").beginObject();
+    out.key("ntsc").boolean(doc.fps.ntsc);
+    out.key("timebase").integer(doc.fps.timebase);
+    out.endObject();
+    out.key("id").string(doc.id.string(), "id");
+    out.key("name").string(doc.name, "name");
+    if (doc.ownerID)
+        out.key("ownerID").string(*doc.ownerID, "ownerID");
+    out.key("startedAt").number(doc.startedAt.seconds, "startedAt");
+    if (doc.zone)
+        out.key("zone").integer(*doc.zone);
+    out.endObject();
+    if (const auto& error = out.error())
+        return Result<std::string>::failure(ErrorKind::invalid, *error);
+    return text;
 }
 
 Result<SessionDoc> decode(std::string_view data) {

@@ -262,32 +262,27 @@ SessionDoc SessionLink::doc() const {
 }
 
 std::string SessionLink::url() const {
-    std::string payload;
-    try {
-        std::string array = "[";
-        jsontext::appendInt(array, linkVersion);
-        array += ",\"" + id.string() + "\",";
-        jsontext::appendString(array, name, "name");
-        array += ',';
-        jsontext::appendInt(array, fps.timebase);
-        array += fps.ntsc ? ",1," : ",0,";
-        // std::round rounds halves away from zero.
-        jsontext::appendDouble(array, std::round(startedAt.seconds * 1000) / 1000, "startedAt");
-        array += ',';
-        if (zone)
-            jsontext::appendInt(array, *zone);
-        else
-            array += "null";
-        array += ',';
-        if (ownerID)
-            jsontext::appendString(array, *ownerID, "ownerID");
-        else
-            array += "null";
-        array += ']';
-        payload = base64UrlWithoutPadding(array);
-    } catch (const jsontext::JsonTextError&) {
-        // A value JSON can't hold: the link carries an empty payload.
-    }
+    std::string array;
+    jsontext::Writer out(array);
+    out.beginArray();
+    out.integer(linkVersion);
+    out.string(id.string(), "id");
+    out.string(name, "name");
+    out.integer(fps.timebase);
+    out.integer(fps.ntsc ? 1 : 0);
+    // std::round rounds halves away from zero.
+    out.number(std::round(startedAt.seconds * 1000) / 1000, "startedAt");
+    if (zone)
+        out.integer(*zone);
+    else
+        out.null();
+    if (ownerID)
+        out.string(*ownerID, "ownerID");
+    else
+        out.null();
+    out.endArray();
+    // A value JSON can't hold: the link carries an empty payload.
+    const std::string payload = out.error() ? std::string() : base64UrlWithoutPadding(array);
     return std::string(webApp) + "#j=" + payload;
 }
 
