@@ -75,16 +75,8 @@ private:
     korvalume::DeskModel& model_;
 };
 
-} // namespace
-
-int main(int argc, char* argv[]) {
-    QGuiApplication app(argc, argv);
-    QGuiApplication::setOrganizationName(QStringLiteral("Korvalume"));
-    QGuiApplication::setApplicationName(QStringLiteral("Korvalume Desk"));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvalume Desk"));
-    QGuiApplication::setDesktopFileName(QStringLiteral("app.korvalume.Desk"));
-    QQuickStyle::setStyle(QStringLiteral("Basic"));
-
+// The logs and join links given on the command line, files made absolute.
+QStringList commandLineItems(const QGuiApplication& app) {
     QCommandLineParser options;
     options.setApplicationDescription(
         QStringLiteral("Korvalume Desk: open session logs, read card folders, export the "
@@ -94,10 +86,38 @@ int main(int argc, char* argv[]) {
                                   QStringLiteral("Session logs (.korvalume) or a join link."),
                                   QStringLiteral("[logs or link...]"));
     options.process(app);
-
     QStringList items;
     for (const QString& item : options.positionalArguments())
         items.append(isLink(item) ? item : QFileInfo(item).absoluteFilePath());
+    return items;
+}
+
+// A later launch's items: taken in, the window brought forward, and the open session said.
+QString takeHandedOver(korvalume::DeskModel& model, QQuickWindow* window,
+                       const QStringList& handed) {
+    take(model, handed);
+    if (window) {
+        window->show();
+        window->raise();
+        window->requestActivate();
+    }
+    const korvalume::SessionDoc* doc = model.document().doc();
+    return doc ? QStringLiteral("%1 / %2 LOGS")
+                     .arg(korvalume::qs(doc->name))
+                     .arg(model.document().logCount())
+               : QStringLiteral("no session open");
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setOrganizationName(QStringLiteral("Korvalume"));
+    QGuiApplication::setApplicationName(QStringLiteral("Korvalume Desk"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvalume Desk"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.korvalume.Desk"));
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    const QStringList items = commandLineItems(app);
 
     korvalume::SingleInstance instance(korvalume::SingleInstance::defaultServerName());
     if (const auto answer = instance.handOver(items)) {
@@ -126,19 +146,8 @@ int main(int argc, char* argv[]) {
     if (engine.rootObjects().isEmpty())
         return 1;
     auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().constFirst());
-
     instance.listen([&model, window](const QStringList& handed) {
-        take(model, handed);
-        if (window) {
-            window->show();
-            window->raise();
-            window->requestActivate();
-        }
-        const SessionDoc* doc = model.document().doc();
-        return doc ? QStringLiteral("%1 / %2 LOGS")
-                         .arg(qs(doc->name))
-                         .arg(model.document().logCount())
-                   : QStringLiteral("no session open");
+        return takeHandedOver(model, window, handed);
     });
     take(model, items);
     return QGuiApplication::exec();

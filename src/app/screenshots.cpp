@@ -119,18 +119,9 @@ SessionDoc busyLiveSession(MasterInstant now, const QString& owner) {
     return doc;
 }
 
-} // namespace
-
-int main(int argc, char* argv[]) {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication app(argc, argv);
-    QGuiApplication::setOrganizationName(QStringLiteral("Korvalume"));
-    QGuiApplication::setApplicationName(QStringLiteral("Korvalume Desk screenshots"));
-    QQuickStyle::setStyle(QStringLiteral("Basic"));
-
+// OUTDIR LOG... --cards DIR; nothing when they are not all there.
+std::optional<Inputs> readInputs(const QStringList& args) {
     Inputs inputs;
-    const QStringList args = app.arguments().mid(1);
     for (qsizetype i = 0; i < args.size(); ++i) {
         if (args[i] == "--cards" && i + 1 < args.size())
             inputs.cards = args[++i];
@@ -139,15 +130,15 @@ int main(int argc, char* argv[]) {
         else
             inputs.logs.push_back(args[i].toStdString());
     }
-    if (inputs.out.isEmpty() || inputs.logs.empty() || inputs.cards.isEmpty()) {
-        std::fprintf(stderr, "usage: korvalume-desk-screenshots OUTDIR LOG... --cards DIR\n");
-        return 2;
-    }
-    QDir().mkpath(inputs.out);
+    if (inputs.out.isEmpty() || inputs.logs.empty() || inputs.cards.isEmpty())
+        return std::nullopt;
+    return inputs;
+}
+
+// Nothing open, the example shoot's session with its cards, and the combining report.
+bool renderAfterTheShoot(const Inputs& inputs, double now) {
     QTemporaryDir scratch;
     bool ok = true;
-    const double now = 1718442000 + 3600; // 2024-06-15 11:00 in the example's zone
-
     {
         Preview preview;
         preview.model.open(
@@ -170,6 +161,18 @@ int main(int argc, char* argv[]) {
             0);
         (void)QTest::qWaitFor([&] { return model.planner().readingIDs().isEmpty(); }, waitMs);
     }
+    Preview preview;
+    preview.model.open(inputs.logs);
+    return render(inputs, "6-combining-report", preview.model, now) && ok;
+}
+
+void confirmEnd(QObject& window) {
+    window.property("view").value<QObject*>()->setProperty("confirmEnd", true);
+}
+
+// A live session waiting for cameras, one with four, and both end confirmations.
+bool renderLive(const Inputs& inputs, double now) {
+    bool ok = true;
     {
         Preview preview;
         SessionDoc waiting = SessionDoc::newSession(
@@ -182,22 +185,31 @@ int main(int argc, char* argv[]) {
         Preview preview({"MIA", "JONAS"}, true);
         preview.model.show(busyLiveSession(MasterInstant(now), thisDesk));
         ok &= render(inputs, "5-live-four-cameras", preview.model, now);
-        ok &= render(inputs, "7a-end-as-owner", preview.model, now, [](QObject& window) {
-            window.property("view").value<QObject*>()->setProperty("confirmEnd", true);
-        });
+        ok &= render(inputs, "7a-end-as-owner", preview.model, now, confirmEnd);
     }
-    {
-        Preview preview({"MIA"}, true);
-        preview.model.show(
-            busyLiveSession(MasterInstant(now), "0WNE0000-0000-4000-8000-000000000009"));
-        ok &= render(inputs, "7b-end-as-watcher", preview.model, now, [](QObject& window) {
-            window.property("view").value<QObject*>()->setProperty("confirmEnd", true);
-        });
+    Preview preview({"MIA"}, true);
+    preview.model.show(busyLiveSession(MasterInstant(now), "0WNE0000-0000-4000-8000-000000000009"));
+    return render(inputs, "7b-end-as-watcher", preview.model, now, confirmEnd) && ok;
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setOrganizationName(QStringLiteral("Korvalume"));
+    QGuiApplication::setApplicationName(QStringLiteral("Korvalume Desk screenshots"));
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+
+    const auto inputs = readInputs(app.arguments().mid(1));
+    if (!inputs) {
+        std::fprintf(stderr, "usage: korvalume-desk-screenshots OUTDIR LOG... --cards DIR\n");
+        return 2;
     }
-    {
-        Preview preview;
-        preview.model.open(inputs.logs);
-        ok &= render(inputs, "6-combining-report", preview.model, now);
-    }
-    return ok ? 0 : 1;
+    QDir().mkpath(inputs->out);
+    const double now = 1718442000 + 3600; // 2024-06-15 11:00 in the example's zone
+    const bool afterTheShoot = renderAfterTheShoot(*inputs, now);
+    const bool live = renderLive(*inputs, now);
+    return afterTheShoot && live ? 0 : 1;
 }

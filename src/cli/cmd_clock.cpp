@@ -47,6 +47,60 @@ std::string seconds(double value, bool sign) {
     return text;
 }
 
+// Four samples one after another, as the clock takes them.
+std::vector<sntp::Outcome> checkServer(const sntp::Server& server) {
+    std::vector<sntp::Outcome> outcomes;
+    QEventLoop loop;
+    QObject context;
+    sntp::takeInTurn<sntp::Outcome>(
+        sntp::samplesPerCheck,
+        [&](std::function<void(sntp::Outcome)> next) {
+            sntp::exchange(
+                server, {}, &context,
+                [next = std::move(next)](const sntp::Outcome& outcome) { next(outcome); });
+        },
+        [&](std::vector<sntp::Outcome> all) {
+            outcomes = std::move(all);
+            loop.quit();
+        });
+    loop.exec();
+    return outcomes;
+}
+
+void printJson(const std::string& where, const std::vector<sntp::Outcome>& outcomes,
+               const std::optional<sntp::Sample>& best, std::ostream& out) {
+    auto list = nlohmann::ordered_json::array();
+    for (const auto& outcome : outcomes) {
+        if (const auto* sample = std::get_if<sntp::Sample>(&outcome))
+            list.push_back({{"offset", sample->offset}, {"delay", sample->delay}});
+        else
+            list.push_back({{"error", sntp::describe(std::get<sntp::Failure>(outcome))}});
+    }
+    const nlohmann::ordered_json document{
+        {"server", where},
+        {"samples", std::move(list)},
+        {"offset", best ? nlohmann::ordered_json(best->offset) : nlohmann::ordered_json()}};
+    // The host is whatever was typed or configured; bytes that are not UTF-8 are replaced.
+    out << document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+}
+
+void printText(const std::string& where, const std::vector<sntp::Outcome>& outcomes,
+               const std::optional<sntp::Sample>& best, std::ostream& out) {
+    out << "Time server: " << where << '\n';
+    for (std::size_t i = 0; i < outcomes.size(); ++i) {
+        out << "  sample " << i + 1 << ": ";
+        if (const auto* sample = std::get_if<sntp::Sample>(&outcomes[i]))
+            out << "offset " << seconds(sample->offset, true) << " s, delay "
+                << seconds(sample->delay, false) << " s\n";
+        else
+            out << sntp::describe(std::get<sntp::Failure>(outcomes[i])) << '\n';
+    }
+    if (best)
+        out << "The clock would take an offset of " << seconds(best->offset, true) << " s.\n";
+    else
+        out << "No sample: the clock would keep its own time.\n";
+}
+
 int runClock(std::span<const std::string> args, Io& io) {
     const auto parsed = parseArgs(args, {{{"server"}, "a host name"}, {{"json"}}}, "clock", io.err);
     if (!parsed)
@@ -55,72 +109,25 @@ int runClock(std::span<const std::string> args, Io& io) {
         io.err << "korvalume clock: unknown argument '" << parsed->positional().front() << "'\n";
         return Usage;
     }
-    std::optional<sntp::Server> server;
+    std::optional<sntp::Server> server = sntp::configuredServer(QSettings());
     if (const auto text = parsed->value("server")) {
         server = sntp::Server::parse(QString::fromStdString(*text));
         if (!server) {
             io.err << "korvalume clock: --server takes HOST[:PORT], not '" << *text << "'\n";
             return Usage;
         }
-    } else {
-        server = sntp::configuredServer(QSettings());
     }
-
-    // One after another, as the clock takes them.
-    std::vector<sntp::Outcome> outcomes;
-    QEventLoop loop;
-    QObject context;
-    sntp::takeInTurn<sntp::Outcome>(
-        sntp::samplesPerCheck,
-        [&](std::function<void(sntp::Outcome)> next) {
-            sntp::exchange(
-                *server, {}, &context,
-                [next = std::move(next)](const sntp::Outcome& outcome) { next(outcome); });
-        },
-        [&](std::vector<sntp::Outcome> all) {
-            outcomes = std::move(all);
-            loop.quit();
-        });
-    loop.exec();
-
+    const std::vector<sntp::Outcome> outcomes = checkServer(*server);
     std::vector<std::optional<sntp::Sample>> samples;
     for (const auto& outcome : outcomes) {
         const auto* sample = std::get_if<sntp::Sample>(&outcome);
         samples.push_back(sample ? std::optional(*sample) : std::nullopt);
     }
     const auto best = sntp::best(samples);
-    const std::string where = server->text().toStdString();
-
-    if (parsed->isSet("json")) {
-        auto list = nlohmann::ordered_json::array();
-        for (const auto& outcome : outcomes) {
-            if (const auto* sample = std::get_if<sntp::Sample>(&outcome))
-                list.push_back({{"offset", sample->offset}, {"delay", sample->delay}});
-            else
-                list.push_back({{"error", sntp::describe(std::get<sntp::Failure>(outcome))}});
-        }
-        const nlohmann::ordered_json document{
-            {"server", where},
-            {"samples", std::move(list)},
-            {"offset", best ? nlohmann::ordered_json(best->offset) : nlohmann::ordered_json()}};
-        // The host is whatever was typed or configured; bytes that are not UTF-8 are replaced.
-        io.out << document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
-    } else {
-        io.out << "Time server: " << where << '\n';
-        for (std::size_t i = 0; i < outcomes.size(); ++i) {
-            io.out << "  sample " << i + 1 << ": ";
-            if (const auto* sample = std::get_if<sntp::Sample>(&outcomes[i]))
-                io.out << "offset " << seconds(sample->offset, true) << " s, delay "
-                       << seconds(sample->delay, false) << " s\n";
-            else
-                io.out << sntp::describe(std::get<sntp::Failure>(outcomes[i])) << '\n';
-        }
-        if (best)
-            io.out << "The clock would take an offset of " << seconds(best->offset, true)
-                   << " s.\n";
-        else
-            io.out << "No sample: the clock would keep its own time.\n";
-    }
+    if (parsed->isSet("json"))
+        printJson(server->text().toStdString(), outcomes, best, io.out);
+    else
+        printText(server->text().toStdString(), outcomes, best, io.out);
     return best ? Done : InputProblem;
 }
 
