@@ -18,6 +18,8 @@ LogStep SessionDocument::open(const std::string& path, Combining combining) {
     const bool hadDoc = opened.doc.has_value();
     const LogStep step = openLog(opened, path, combining);
     doc_ = std::move(opened.doc);
+    if (step == LogStep::opened || step == LogStep::combined)
+        eventIDs_ = eventIDs(*doc_);
     if (!opened.problems.empty())
         setMessage(qs(words::text(opened.problems.back())));
     if (step != LogStep::opened && step != LogStep::combined)
@@ -35,6 +37,7 @@ LogStep SessionDocument::open(const std::string& path, Combining combining) {
 
 void SessionDocument::reset(std::optional<SessionDoc> doc) {
     doc_ = std::move(doc);
+    eventIDs_ = doc_ ? eventIDs(*doc_) : EventIDs{};
     setLogCount(doc_ ? 1 : 0);
     emit replaced();
 }
@@ -42,7 +45,7 @@ void SessionDocument::reset(std::optional<SessionDoc> doc) {
 LogChanges SessionDocument::combine(const SessionDoc& incoming) {
     if (!doc_ || incoming.id != doc_->id)
         return {};
-    const LogChanges changes = mergeLive(*doc_, incoming);
+    const LogChanges changes = mergeLive(*doc_, incoming, &eventIDs_);
     notify(changes);
     return changes;
 }
@@ -55,6 +58,7 @@ void SessionDocument::add(SyncEvent event) {
     changes.markersAdded = event.kind == SyncEvent::Kind::marker;
     if (event.cameraID)
         changes.cameras.push_back(*event.cameraID);
+    eventIDs_.insert(event.id);
     doc_->events.push_back(std::move(event));
     notify(changes);
 }
@@ -66,6 +70,7 @@ bool SessionDocument::finish(std::string_view deviceID, MasterInstant at, Finish
     const bool ended = korvalume::finish(*doc_, deviceID, at, scope);
     if (*doc_ == before)
         return ended;
+    eventIDs_ = eventIDs(*doc_);
     LogChanges changes;
     changes.eventsAdded = doc_->events.size() - before.events.size();
     changes.sessionChanged = true;

@@ -76,6 +76,7 @@ private:
     void notify(const LogChanges& changes);
 
     std::optional<SessionDoc> doc_;
+    EventIDs eventIDs_; // of doc_'s events, for combining many small logs quickly
     int logCount_ = 0;
     QString message_;
     std::optional<std::vector<CombiningReport>> importReport_;

@@ -18,19 +18,21 @@ bool earlier(const SyncEvent& a, const SyncEvent& b) {
 }
 
 // Stable sort by `at` of events whose first `sortedCount` are already in order:
-// sorting only the tail and merging keeps combining linear for logs that are.
+// sorting only the tail and merging keeps combining linear for logs that are, and new
+// events that all come after the old ones (the live case) cost only their own sort.
 void sortEvents(std::vector<SyncEvent>& events, std::size_t sortedCount) {
     const auto tail = events.begin() + std::ptrdiff_t(sortedCount);
     if (std::is_sorted(events.begin(), tail, earlier)) {
         std::stable_sort(tail, events.end(), earlier);
-        std::inplace_merge(events.begin(), tail, events.end(), earlier);
+        if (tail != events.begin() && tail != events.end() && earlier(*tail, *(tail - 1)))
+            std::inplace_merge(events.begin(), tail, events.end(), earlier);
     } else {
         std::stable_sort(events.begin(), events.end(), earlier);
     }
 }
 
-std::unordered_set<Uuid> eventIDs(const std::vector<SyncEvent>& events) {
-    std::unordered_set<Uuid> ids;
+EventIDs idsOf(const std::vector<SyncEvent>& events) {
+    EventIDs ids;
     ids.reserve(events.size());
     for (const auto& event : events)
         ids.insert(event.id);
@@ -84,7 +86,7 @@ void combineCameras(std::vector<Camera>& cameras, const std::vector<Camera>& the
     }
 }
 
-LogChanges combine(SessionDoc& doc, const SessionDoc& other, EndOfThisLog end) {
+LogChanges combine(SessionDoc& doc, const SessionDoc& other, EndOfThisLog end, EventIDs* known) {
     LogChanges changes;
     if (other.id != doc.id)
         return changes;
@@ -92,10 +94,14 @@ LogChanges combine(SessionDoc& doc, const SessionDoc& other, EndOfThisLog end) {
 
     // An event both logs hold is never replaced, whatever its contents.
     auto& events = doc.events;
-    const auto known = eventIDs(events);
+    EventIDs ownIDs;
+    if (!known) {
+        ownIDs = idsOf(events);
+        known = &ownIDs;
+    }
     const std::size_t ownCount = events.size();
     for (const auto& event : other.events) {
-        if (known.contains(event.id))
+        if (!known->insert(event.id).second)
             continue;
         events.push_back(event);
         if (event.cameraID)
@@ -122,12 +128,16 @@ LogChanges combine(SessionDoc& doc, const SessionDoc& other, EndOfThisLog end) {
 
 } // namespace
 
-LogChanges merge(SessionDoc& doc, const SessionDoc& other) {
-    return combine(doc, other, EndOfThisLog::latest);
+EventIDs eventIDs(const SessionDoc& doc) {
+    return idsOf(doc.events);
 }
 
-LogChanges mergeLive(SessionDoc& doc, const SessionDoc& other) {
-    return combine(doc, other, EndOfThisLog::kept);
+LogChanges merge(SessionDoc& doc, const SessionDoc& other, EventIDs* known) {
+    return combine(doc, other, EndOfThisLog::latest, known);
+}
+
+LogChanges mergeLive(SessionDoc& doc, const SessionDoc& other, EventIDs* known) {
+    return combine(doc, other, EndOfThisLog::kept, known);
 }
 
 bool covers(const SessionDoc& doc, const SessionDoc& other) {
@@ -162,7 +172,7 @@ CombiningReport report(const SessionDoc& doc, const SessionDoc& adding) {
         std::size_t recordings = 0;
         std::size_t scans = 0;
     };
-    const auto known = eventIDs(doc.events);
+    const auto known = idsOf(doc.events);
     std::unordered_map<Uuid, NewCounts> countsOf;
     CombiningReport result;
     for (const auto& event : adding.events) {

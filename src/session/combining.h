@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 // Combining logs of one session, finishing a log, and what a log would add.
@@ -23,12 +24,18 @@ struct LogChanges {
     friend bool operator==(const LogChanges&, const LogChanges&) = default;
 };
 
+// The ids of a log's events, kept beside a log that takes in many small logs, so that
+// combining a few new events does not look at every old one again.
+using EventIDs = std::unordered_set<Uuid>;
+EventIDs eventIDs(const SessionDoc& doc);
+
 // Combines a log of the same session into `doc` (another session changes nothing):
 // strictly newer cameras replace, new events are added, events sorted stably by `at`.
-LogChanges merge(SessionDoc& doc, const SessionDoc& other);
+// `known`, when given, holds the ids of `doc`'s events and is kept up to date.
+LogChanges merge(SessionDoc& doc, const SessionDoc& other, EventIDs* known = nullptr);
 // As merge, but `doc`'s own `endedAt` stays exactly as it was: what is left to report
 // is then exactly what `other` adds.
-LogChanges mergeLive(SessionDoc& doc, const SessionDoc& other);
+LogChanges mergeLive(SessionDoc& doc, const SessionDoc& other, EventIDs* known = nullptr);
 // `other` would add nothing to `doc` but its end time.
 bool covers(const SessionDoc& doc, const SessionDoc& other);
 
