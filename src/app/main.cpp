@@ -112,8 +112,7 @@ QString takeHandedOver(korvalume::DeskModel& model, QQuickWindow* window,
 
 int main(int argc, char* argv[]) {
     QGuiApplication app(argc, argv);
-    QGuiApplication::setOrganizationName(QStringLiteral("Korvalume"));
-    QGuiApplication::setApplicationName(QStringLiteral("Korvalume Desk"));
+    korvalume::platform::useSharedSettings();
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvalume Desk"));
     QGuiApplication::setDesktopFileName(QStringLiteral("app.korvalume.Desk"));
     QQuickStyle::setStyle(QStringLiteral("Basic"));

@@ -3,6 +3,7 @@
 #include "cli/command.h"
 #include "cli/live_desk.h"
 #include "cli/options.h"
+#include "session/log_opening.h"
 #include "session/session_doc.h"
 #include "session/session_link.h"
 #include "time/frame_rate.h"
@@ -14,29 +15,41 @@
 namespace korvalume::cli {
 namespace {
 
-constexpr std::string_view hostHelp =
-    R"(Usage: korvalume host [--name NAME] [--fps RATE] [--resume LOG]
-                      [--sessions-dir DIR] [--operator NAME] [--for SECONDS]
+// "23.976, 24, 25, ...": every rate a session can take, as the parser takes them.
+std::string rateLabels() {
+    std::string labels;
+    for (const auto& rate : FrameRate::all())
+        labels += (labels.empty() ? "" : ", ") + rate.label();
+    return labels;
+}
+
+std::string hostHelp() {
+    return R"(Usage: korvalume host [--name NAME] [--fps RATE] [--resume LOG]
+                      [--sessions-dir DIR] [--operator NAME [--save-operator]]
+                      [--for SECONDS]
 
 Hosts a live session from this machine, without the window: starts the session
-(or takes up an unfinished log with --resume), prints its join link and QR
-code, and takes in the logs of the phones and desks that join. Every change is
-saved to the sessions folder. Ctrl-C, SIGTERM or the end of --for ends the
-session for everyone, saves it, sends it to every peer and prints where it is.
+(or takes up an unfinished log that this desk started, with --resume), prints its
+join link and QR code, and takes in the logs of the phones and desks that join.
+Every change is saved to the sessions folder. Ctrl-C, SIGTERM or the end of --for
+ends the session for everyone, saves it, sends it to every peer and prints where
+it is. To follow a session another device started, use 'korvalume join'.
 
 Options:
   --name NAME          the session's name (default: SHOOT and today's date)
-  --fps RATE           the session's frame rate: 23.976, 24, 25, 29.97, 48*, 50,
-                       59.94 (default 25)
+  --fps RATE           the session's frame rate: )" +
+           rateLabels() + R"( (default 25)
   --resume LOG         take up this unfinished session log instead
   --sessions-dir DIR   where the log is saved (default: Documents/Korvalume Sessions)
-  --operator NAME      the name the phones see for this run
+  --operator NAME      the operator's name the phones see, for this run
+  --save-operator      keep that name for later runs and the window too
   --for SECONDS        end the session after this long
 
 Examples:
   korvalume host --name "DAY 2" --fps 23.976
   korvalume host --resume "Korvalume Sessions/DAY 2 3F2A.korvalume"
 )";
+}
 
 std::optional<FrameRate> rateFromLabel(const std::string& label) {
     for (const auto& rate : FrameRate::all()) {
@@ -58,52 +71,79 @@ void printReceived(DeskModel& model, std::ostream& out) {
                      });
 }
 
-int runHost(std::span<const std::string> args, Io& io) {
+struct HostOptions {
+    LiveDeskOptions live;
+    std::string name;
+    FrameRate fps = FrameRate::pal();
+    std::optional<std::string> resume;
+};
+
+std::optional<HostOptions> parseOptions(std::span<const std::string> args, Io& io) {
     const auto parsed = parseArgs(args,
                                   {{{"name"}, "a value"},
                                    {{"fps"}, "a value"},
                                    {{"resume"}, "a value"},
                                    liveOptions[0],
                                    liveOptions[1],
-                                   liveOptions[2]},
+                                   liveOptions[2],
+                                   liveOptions[3]},
                                   "host", io.err);
-    LiveDeskOptions options;
-    if (!parsed || !readLiveOptions(*parsed, "host", options, io))
-        return Usage;
+    HostOptions options;
+    if (!parsed || !readLiveOptions(*parsed, "host", options.live, io))
+        return std::nullopt;
     if (!parsed->positional().empty()) {
         io.err << "korvalume host: unknown argument '" << parsed->positional().front() << "'\n";
-        return Usage;
+        return std::nullopt;
     }
-    FrameRate fps = FrameRate::pal();
     if (const auto label = parsed->value("fps")) {
         const auto rate = rateFromLabel(*label);
         if (!rate) {
-            io.err << "korvalume host: --fps takes one of 23.976, 24, 25, 29.97, 48*, 50, "
-                      "59.94, not '"
-                   << *label << "'\n";
-            return Usage;
+            io.err << "korvalume host: --fps takes one of " << rateLabels() << ", not '" << *label
+                   << "'\n";
+            return std::nullopt;
         }
-        fps = *rate;
+        options.fps = *rate;
     }
-    const std::string name = parsed->value("name").value_or(std::string());
-    const std::optional<std::string> resume = parsed->value("resume");
+    options.name = parsed->value("name").value_or(std::string());
+    options.resume = parsed->value("resume");
+    return options;
+}
 
-    LiveDesk desk(options);
+// Takes up the log to resume; false after saying why it cannot be.
+bool resume(DeskModel& model, const std::string& log, Io& io) {
+    // Only the desk that started a session may end it for everyone: another's is not
+    // taken up at all.
+    const auto read = readLog(log);
+    if (read && read->ownerID != utf8(model.services().deviceID)) {
+        io.err << "korvalume host: " << log
+               << ": this session was started on another device, so this desk cannot host it. "
+                  "Follow it with 'korvalume join "
+               << log << "'.\n";
+        return false;
+    }
+    model.open(std::vector<std::string>{log});
+    const QString message = model.document().message();
+    if (!model.live().isLive()) {
+        io.err << "korvalume host: " << log << ": "
+               << (message.isEmpty() ? "not an unfinished session log less than 18 hours old"
+                                     : utf8(message))
+               << '\n';
+        return false;
+    }
+    return true;
+}
+
+int runHost(std::span<const std::string> args, Io& io) {
+    const auto options = parseOptions(args, io);
+    if (!options)
+        return Usage;
+    LiveDesk desk(options->live);
     DeskModel& model = desk.model();
-    if (resume) {
-        model.open(std::vector<std::string>{*resume});
-        if (!model.live().isLive()) {
-            const QString message = model.document().message();
-            io.err << "korvalume host: " << *resume << ": "
-                   << (message.isEmpty()
-                           ? std::string("not an unfinished session log less than 18 hours "
-                                         "old")
-                           : utf8(message))
-                   << '\n';
+    if (options->resume) {
+        if (!resume(model, *options->resume, io))
             return InputProblem;
-        }
     } else {
-        model.live().start(name, fps);
+        model.live().start(options->name, options->fps);
     }
 
     const SessionDoc& doc = *model.document().doc();
@@ -112,14 +152,14 @@ int runHost(std::span<const std::string> args, Io& io) {
            << "Join link: " << utf8(joinLink) << "\n\n"
            << terminalQr(joinLink) << std::endl;
     printReceived(model, io.out);
-    desk.run(options.limit);
+    desk.run(options->live.limit);
 
     model.live().end();
     desk.flush(std::chrono::seconds(2));
     const QUrl savedTo = model.document().savedTo();
     if (savedTo.isEmpty()) {
         io.err << "korvalume host: the log could not be saved in "
-               << options.sessionsFolder.toStdString() << '\n';
+               << utf8(options->live.sessionsFolder) << '\n';
         return InputProblem;
     }
     io.out << "Ended. The log is at " << utf8(savedTo.toLocalFile()) << '\n';
@@ -129,10 +169,11 @@ int runHost(std::span<const std::string> args, Io& io) {
 } // namespace
 
 Command hostCommand() {
+    static const std::string help = hostHelp();
     return {
         .name = "host",
         .summary = "host a live session without the window",
-        .help = hostHelp,
+        .help = help,
         .run = runHost,
     };
 }

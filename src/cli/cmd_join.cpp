@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view joinHelp =
     R"(Usage: korvalume join LINK|LOG [LOG...] [-o FILE] [--sessions-dir DIR]
-                      [--operator NAME] [--for SECONDS]
+                      [--operator NAME [--save-operator]] [--for SECONDS]
 
 Follows a live session from this machine: takes up the session of a join link
 (https://korvalume.app/... or korvalume://join/...) or of an unfinished log,
@@ -26,7 +26,8 @@ Options:
   -o FILE              write the combined log here at the end (default: only the
                        automatic save in the sessions folder)
   --sessions-dir DIR   where the log is saved automatically
-  --operator NAME      the name the others see for this run
+  --operator NAME      the operator's name the others see, for this run
+  --save-operator      keep that name for later runs and the window too
   --for SECONDS        stop following after this long
 
 Examples:
@@ -35,9 +36,13 @@ Examples:
 )";
 
 int runJoin(std::span<const std::string> args, Io& io) {
-    const auto parsed = parseArgs(
-        args, {{{"o", "output"}, "a file name"}, liveOptions[0], liveOptions[1], liveOptions[2]},
-        "join", io.err);
+    const auto parsed = parseArgs(args,
+                                  {{{"o", "output"}, "a file name"},
+                                   liveOptions[0],
+                                   liveOptions[1],
+                                   liveOptions[2],
+                                   liveOptions[3]},
+                                  "join", io.err);
     LiveDeskOptions options;
     if (!parsed || !readLiveOptions(*parsed, "join", options, io))
         return Usage;

@@ -33,10 +33,12 @@ void onSignal(int) {
 } // namespace
 
 LiveDesk::LiveDesk(const LiveDeskOptions& options) : loop_(std::make_unique<QEventLoop>()) {
-    if (options.operatorName)
+    // The settings keep the operator only when asked to; otherwise the name is this run's.
+    if (options.operatorName && options.saveOperator)
         platform::setOperatorName(*options.operatorName);
     PeerLink::Options linkOptions;
-    linkOptions.displayName = platform::displayName();
+    linkOptions.displayName =
+        platform::displayNameFor(options.operatorName.value_or(platform::operatorName()));
     linkOptions.deviceID = platform::deviceID();
     link_ = std::make_unique<PeerLink>(linkOptions);
     system_ = makeSystemServices();
@@ -113,6 +115,11 @@ bool readLiveOptions(const ParsedArgs& parsed, std::string_view command, LiveDes
         options.sessionsFolder = QString::fromStdString(*folder);
     if (const auto name = parsed.value("operator"))
         options.operatorName = QString::fromStdString(*name);
+    options.saveOperator = parsed.isSet("save-operator");
+    if (options.saveOperator && !options.operatorName) {
+        io.err << "korvalume " << command << ": --save-operator needs --operator NAME\n";
+        return false;
+    }
     if (const auto seconds = parsed.value("for")) {
         options.limit = parseSeconds(*seconds);
         if (!options.limit) {

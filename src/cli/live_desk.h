@@ -21,14 +21,17 @@ class SystemServices;
 namespace korvalume::cli {
 
 struct LiveDeskOptions {
-    std::optional<QString> operatorName;            // --operator: the display name for this run
+    std::optional<QString> operatorName;            // --operator: the operator's name for this run
+    bool saveOperator = false;                      // --save-operator: and for the runs after it
     QString sessionsFolder;                         // where the log is saved automatically
     std::optional<std::chrono::milliseconds> limit; // --for: how long to run
 };
 
-// The options every live command takes: --sessions-dir, --operator, --for.
-inline const OptionSpec liveOptions[] = {
-    {{"sessions-dir"}, "a folder"}, {{"operator"}, "a name"}, {{"for"}, "a number of seconds"}};
+// The options every live command takes: --sessions-dir, --operator, --save-operator, --for.
+inline const OptionSpec liveOptions[] = {{{"sessions-dir"}, "a folder"},
+                                         {{"operator"}, "a name"},
+                                         {{"save-operator"}},
+                                         {{"for"}, "a number of seconds"}};
 // Takes them from what was parsed; false after saying what is wrong.
 bool readLiveOptions(const ParsedArgs& parsed, std::string_view command, LiveDeskOptions& options,
                      Io& io);

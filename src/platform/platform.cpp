@@ -2,7 +2,9 @@
 
 #include "platform/qr_modules.h"
 
+#include <QCoreApplication>
 #include <QSettings>
+#include <QSysInfo>
 #include <QUuid>
 
 namespace korvalume::platform {
@@ -11,6 +13,12 @@ namespace {
 constexpr auto deviceIDKey = "deviceID";
 constexpr auto operatorNameKey = "operatorName";
 } // namespace
+
+void useSharedSettings() {
+    QCoreApplication::setOrganizationName(QStringLiteral("Korvalume"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("korvalume.app"));
+    QCoreApplication::setApplicationName(QStringLiteral("Korvalume Desk"));
+}
 
 QString deviceID() {
     QSettings settings;
@@ -33,9 +41,15 @@ void setOperatorName(const QString& name) {
     settings.sync();
 }
 
-QString displayNameFor(const QString& name) {
-    const QString trimmed = name.trimmed().toUpper();
-    return trimmed.isEmpty() ? QStringLiteral("LAPTOP") : trimmed;
+QString deviceName() {
+    const QString host = QSysInfo::machineHostName().section(u'.', 0, 0).trimmed();
+    return host.isEmpty() ? QStringLiteral("desk") : host;
+}
+
+QString displayNameFor(const QString& name, const QString& device) {
+    const QString person = name.trimmed().toUpper();
+    const QString machine = device.trimmed().toUpper();
+    return person.isEmpty() ? machine : person + QStringLiteral(" / ") + machine;
 }
 
 QString displayName() {

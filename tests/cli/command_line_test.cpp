@@ -53,6 +53,20 @@ TEST(CommandLine, OptionsTakeTheirValueEitherWayAndMistakesAreNamed) {
     EXPECT_EQ(mistake({"x", "--output=o.korvalume"}), "accepted");
 }
 
+TEST(CommandLine, LiveCommandsRefuseWhatTheyCannotTakeBeforeGoingLive) {
+    korvalume::testing_cli::expectExits({
+        {{"host", "--fps", "48*"},
+         2,
+         "--fps takes one of 23.976, 24, 25, 29.97, 30, 50, 59.94, 60"},
+        {{"host", "--save-operator"}, 2, "--save-operator needs --operator NAME"},
+        {{"join", "--for", "-1", "x.korvalume"}, 2, "--for takes a number of seconds"},
+    });
+    const auto help = runKorvalume({"host", "--help"});
+    EXPECT_NE(help.out.find("23.976, 24, 25, 29.97, 30, 50, 59.94, 60 (default 25)"),
+              std::string::npos)
+        << "the help offers exactly what --fps takes";
+}
+
 TEST(ClockCommand, ReportsEverySampleAndTheOffsetTheClockWouldTake) {
     korvalume::peer_test::application();
     korvalume::testing::ScriptedTimeServer server;
