@@ -15,6 +15,8 @@
 #include <QStandardPaths>
 #include <QVariantMap>
 
+#include <utility>
+
 namespace korvalume {
 
 namespace {
@@ -273,6 +275,18 @@ void DeskView::setFolder(const QString& cameraId, const QUrl& folder) {
         model_->document().setMessage(qs(chosen.message()));
 }
 
+void DeskView::dropOnCard(const QString& cameraId, const QList<QUrl>& urls) {
+    QList<QUrl> files;
+    for (const QUrl& url : urls) {
+        if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isDir())
+            setFolder(cameraId, url);
+        else
+            files.append(url);
+    }
+    if (!files.isEmpty())
+        openFiles(files);
+}
+
 void DeskView::saveLogTo(const QUrl& file) {
     if (model_ && file.isLocalFile())
         (void)model_->saveLogTo(localPath(file));
@@ -313,8 +327,36 @@ void DeskView::dismissReport() {
 void DeskView::openJoinLink(const QString& link) {
     if (!model_)
         return;
+    if (model_->document().isModified() && !model_->live().isLive()) {
+        pendingJoin_ = link;
+        emit pendingJoinChanged();
+        return;
+    }
     if (const Status joined = model_->join(utf8(link)); !joined)
         model_->document().setMessage(qs(joined.message()));
+}
+
+void DeskView::joinAfterAll() {
+    const QString link = std::exchange(pendingJoin_, {});
+    emit pendingJoinChanged();
+    if (model_ && !link.isEmpty())
+        if (const Status joined = model_->join(utf8(link)); !joined)
+            model_->document().setMessage(qs(joined.message()));
+}
+
+void DeskView::keepOpenLog() {
+    pendingJoin_.clear();
+    emit pendingJoinChanged();
+}
+
+QString DeskView::joinConfirmTitle() const {
+    return qs(words::joinConfirmTitle);
+}
+QString DeskView::joinConfirmMessage() const {
+    return doc() ? qs(words::joinConfirmMessage(doc()->name)) : QString();
+}
+QString DeskView::joinConfirmButton() const {
+    return qs(words::joinConfirmButton);
 }
 
 } // namespace korvalume

@@ -56,6 +56,10 @@ class DeskView : public QObject {
     Q_PROPERTY(QString exportPanelText READ exportPanelText NOTIFY changed)
     Q_PROPERTY(QString proposedLogName READ proposedLogName NOTIFY changed)
     Q_PROPERTY(QString proposedExportName READ proposedExportName NOTIFY changed)
+    Q_PROPERTY(bool confirmJoin READ confirmJoin NOTIFY pendingJoinChanged)
+    Q_PROPERTY(QString joinConfirmTitle READ joinConfirmTitle CONSTANT)
+    Q_PROPERTY(QString joinConfirmMessage READ joinConfirmMessage NOTIFY changed)
+    Q_PROPERTY(QString joinConfirmButton READ joinConfirmButton CONSTANT)
 
 public:
     enum class Panel { Welcome, Session, Live };
@@ -104,11 +108,17 @@ public:
     QString exportPanelText() const;
     QString proposedLogName() const;
     QString proposedExportName() const;
+    bool confirmJoin() const { return !pendingJoin_.isEmpty(); }
+    QString joinConfirmTitle() const;
+    QString joinConfirmMessage() const;
+    QString joinConfirmButton() const;
 
     // Actions, each handed to the model.
     Q_INVOKABLE void startSession();
     Q_INVOKABLE void openFiles(const QList<QUrl>& urls);
     Q_INVOKABLE void setFolder(const QString& cameraId, const QUrl& folder);
+    // What was dropped on a camera's card: a folder is its card, files are opened as logs.
+    Q_INVOKABLE void dropOnCard(const QString& cameraId, const QList<QUrl>& urls);
     Q_INVOKABLE void saveLogTo(const QUrl& file);
     Q_INVOKABLE void exportTo(const QUrl& file);
     Q_INVOKABLE void showSaved();
@@ -116,7 +126,11 @@ public:
     Q_INVOKABLE void endLive();
     Q_INVOKABLE void closeSession();
     Q_INVOKABLE void dismissReport();
+    // Follows a join link's session; asks first when the open log holds unsaved changes.
     Q_INVOKABLE void openJoinLink(const QString& link);
+    // The answer to that question.
+    Q_INVOKABLE void joinAfterAll();
+    Q_INVOKABLE void keepOpenLog();
     Q_INVOKABLE QString folderPanelText(const QString& cameraName) const;
     // A file of that name in the user's documents folder, for a save panel to propose.
     Q_INVOKABLE QUrl proposedFile(const QString& name) const;
@@ -127,6 +141,7 @@ signals:
     void nameChanged();
     void rateChanged();
     void confirmEndChanged();
+    void pendingJoinChanged();
     void changed();
 
 private:
@@ -139,6 +154,7 @@ private:
     QStringList rates_; // labels of the rates offered, in order
     int rateIndex_ = 0;
     bool confirmEnd_ = false;
+    QString pendingJoin_; // a join link waiting for the user's answer
 };
 
 } // namespace korvalume

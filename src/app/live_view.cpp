@@ -130,6 +130,14 @@ void LiveState::updatePhones() {
     redraw();
 }
 
+QString LiveState::clockText() const {
+    const SessionDoc* doc = model_ ? model_->document().doc() : nullptr;
+    if (!doc)
+        return {};
+    const MasterInstant now = hasFixedNow_ ? MasterInstant(fixedNow_) : model_->live().now();
+    return qs(viewrules::timeOfDay(*doc, now));
+}
+
 void LiveState::redraw() {
     const SessionDoc* doc = model_ ? model_->document().doc() : nullptr;
     if (!doc)

@@ -75,6 +75,9 @@ public:
 
     // One redraw at the current `now`; the timer calls it every 0.1 s.
     Q_INVOKABLE void redraw();
+    // The master clock's time of day as the session's timecode, read at this moment. The
+    // view asks on every frame it draws, so the clock on screen is never a frame late.
+    Q_INVOKABLE QString clockText() const;
 
 signals:
     void modelChanged();

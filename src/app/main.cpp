@@ -1,4 +1,5 @@
 #include "app/desk_types.h"
+#include "app/desk_view.h"
 #include "app/single_instance.h"
 #include "app/view_rules.h"
 #include "base/qt_text.h"
@@ -33,14 +34,14 @@ bool isLink(const QString& item) {
            item.startsWith(QLatin1String("http:"), Qt::CaseInsensitive);
 }
 
-// Files and links from the command line, the system or a later launch, all go here.
-void take(korvalume::DeskModel& model, const QStringList& items) {
+// Files and links from the command line, the system or a later launch, all go here;
+// links through the window, which asks before closing an unsaved log.
+void take(korvalume::DeskModel& model, korvalume::DeskView& view, const QStringList& items) {
     using korvalume::utf8;
     std::vector<std::string> files;
     for (const QString& item : items) {
         if (isLink(item)) {
-            if (const auto joined = model.join(utf8(item)); !joined)
-                model.document().setMessage(korvalume::qs(joined.message()));
+            view.openJoinLink(item);
             continue;
         }
         const QUrl url = item.startsWith(QLatin1String("file:"))
@@ -56,7 +57,8 @@ void take(korvalume::DeskModel& model, const QStringList& items) {
 // Files the system asks the desk to open (a double-click on macOS, a drop on its icon).
 class FileOpenFilter : public QObject {
 public:
-    explicit FileOpenFilter(korvalume::DeskModel& model) : model_(model) {}
+    FileOpenFilter(korvalume::DeskModel& model, korvalume::DeskView& view)
+        : model_(model), view_(view) {}
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override {
@@ -65,7 +67,7 @@ protected:
             if (open->url().isLocalFile())
                 model_.open({korvalume::utf8(open->url().toLocalFile())});
             else
-                take(model_, {open->url().toString()});
+                take(model_, view_, {open->url().toString()});
             return true;
         }
         return QObject::eventFilter(watched, event);
@@ -73,6 +75,7 @@ protected:
 
 private:
     korvalume::DeskModel& model_;
+    korvalume::DeskView& view_;
 };
 
 // The logs and join links given on the command line, files made absolute.
@@ -93,9 +96,9 @@ QStringList commandLineItems(const QGuiApplication& app) {
 }
 
 // A later launch's items: taken in, the window brought forward, and the open session said.
-QString takeHandedOver(korvalume::DeskModel& model, QQuickWindow* window,
+QString takeHandedOver(korvalume::DeskModel& model, korvalume::DeskView& view, QQuickWindow* window,
                        const QStringList& handed) {
-    take(model, handed);
+    take(model, view, handed);
     if (window) {
         window->show();
         window->raise();
@@ -136,18 +139,20 @@ int main(int argc, char* argv[]) {
     PeerLinkService peers(link);
     DeskModel model(DeskServices{&clock, &peers, system.get(), platform::deviceID(),
                                  DeskModel::defaultSessionsFolder()});
-    FileOpenFilter fileOpen(model);
-    app.installEventFilter(&fileOpen);
-
     QQmlApplicationEngine engine;
     engine.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model)}});
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Korvalume/Desk/qml/Main.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;
     auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().constFirst());
-    instance.listen([&model, window](const QStringList& handed) {
-        return takeHandedOver(model, window, handed);
+    auto* view = window ? window->findChild<DeskView*>(QStringLiteral("deskView")) : nullptr;
+    if (!view)
+        return 1;
+    FileOpenFilter fileOpen(model, *view);
+    app.installEventFilter(&fileOpen);
+    instance.listen([&model, view, window](const QStringList& handed) {
+        return takeHandedOver(model, *view, window, handed);
     });
-    take(model, items);
+    take(model, *view, items);
     return QGuiApplication::exec();
 }

@@ -98,6 +98,12 @@ std::string folderPanelText(std::string_view cameraName) {
     return "Choose the folder holding " + std::string(cameraName) + "'s clips.";
 }
 
+std::string joinConfirmMessage(std::string_view openSession) {
+    return "\u201c" + std::string(openSession) +
+           "\u201d has changes that are not saved. Joining closes it; save the log first to "
+           "keep them.";
+}
+
 std::string saveFailed(std::string_view reason) {
     return "Could not save the log: " + std::string(reason);
 }

@@ -46,6 +46,11 @@ std::string folderPanelText(std::string_view cameraName);
 // The reason given to the system while a live session keeps the machine awake.
 inline constexpr std::string_view awakeReason = "Live Korvalume session";
 
+// Asked before a join link closes a log that holds unsaved changes.
+inline constexpr std::string_view joinConfirmTitle = "Join the other session?";
+std::string joinConfirmMessage(std::string_view openSession);
+inline constexpr std::string_view joinConfirmButton = "Join without saving";
+
 // "Could not save the log: " and "Could not save the sync map: " with the reason.
 std::string saveFailed(std::string_view reason);
 std::string exportFailed(std::string_view reason);

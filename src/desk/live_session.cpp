@@ -165,14 +165,23 @@ void LiveSession::autosave() {
     const SessionDoc* doc = document_.doc();
     if (!doc || services_.sessionsFolder.isEmpty())
         return;
-    const auto bytes = sessionfile::encoded(*doc);
-    if (!bytes)
-        return;
     QDir().mkpath(services_.sessionsFolder);
     const QString path =
         QDir(services_.sessionsFolder).filePath(qs(deskrules::autosaveFileName(*doc)));
-    if (writeFileAtomically(utf8(path), *bytes))
+    const auto bytes = sessionfile::encoded(*doc);
+    const Status written = bytes ? writeFileAtomically(utf8(path), *bytes) : Status(bytes.error());
+    // A live desk's user must know when the log stops reaching the disk; the next change
+    // tries again, and a save that works takes the warning away.
+    const QString failure = qs(words::saveFailed(written ? "" : written.message()));
+    if (written) {
+        if (document_.message() == autosaveFailure_)
+            document_.setMessage({});
+        autosaveFailure_.clear();
         document_.setSavedTo(path);
+        return;
+    }
+    autosaveFailure_ = failure;
+    document_.setMessage(failure);
 }
 
 void LiveSession::setLive(bool live) {

@@ -55,7 +55,8 @@ public:
 
     // A log received from a peer: combined, saved, and passed on when it added something.
     void receive(const SessionDoc& incoming, const QString& from);
-    // Saves the log to the sessions folder; failures are quiet (the next change tries again).
+    // Saves the log to the sessions folder; a failure is said on the message line until a
+    // later save works.
     void autosave();
     void broadcast();
 
@@ -78,6 +79,7 @@ private:
     bool saveSoon_ = false;
     bool sendSoon_ = false;
     bool flushPending_ = false;
+    QString autosaveFailure_; // the message of the last automatic save that failed
 };
 
 } // namespace korvalume

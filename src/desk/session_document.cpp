@@ -28,6 +28,7 @@ LogStep SessionDocument::open(const std::string& path, Combining combining) {
     emit importReportChanged();
     setLogCount(opened.logCount);
     if (!hadDoc) {
+        setModified(false);
         emit replaced();
         return step;
     }
@@ -39,6 +40,7 @@ void SessionDocument::reset(std::optional<SessionDoc> doc) {
     doc_ = std::move(doc);
     eventIDs_ = doc_ ? eventIDs(*doc_) : EventIDs{};
     setLogCount(doc_ ? 1 : 0);
+    setModified(false);
     emit replaced();
 }
 
@@ -94,6 +96,8 @@ Status SessionDocument::saveTo(const std::string& path) {
 }
 
 void SessionDocument::setSavedTo(const QString& path) {
+    if (!path.isEmpty())
+        setModified(false);
     const QUrl url = path.isEmpty() ? QUrl() : QUrl::fromLocalFile(path);
     if (url == savedTo_)
         return;
@@ -123,8 +127,17 @@ void SessionDocument::setLogCount(int count) {
 }
 
 void SessionDocument::notify(const LogChanges& changes) {
-    if (changes.any())
-        emit changed(changes);
+    if (!changes.any())
+        return;
+    setModified(true);
+    emit changed(changes);
+}
+
+void SessionDocument::setModified(bool modified) {
+    if (modified == modified_)
+        return;
+    modified_ = modified;
+    emit modifiedChanged();
 }
 
 } // namespace korvalume

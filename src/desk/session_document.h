@@ -29,6 +29,7 @@ class SessionDocument : public QObject {
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
     Q_PROPERTY(QStringList importReport READ importReport NOTIFY importReportChanged)
     Q_PROPERTY(QUrl savedTo READ savedTo NOTIFY savedToChanged)
+    Q_PROPERTY(bool isModified READ isModified NOTIFY modifiedChanged)
 
 public:
     explicit SessionDocument(QObject* parent = nullptr);
@@ -42,6 +43,9 @@ public:
     // The combining report's lines, in the user's words, over every log combined.
     QStringList importReport() const;
     QUrl savedTo() const { return savedTo_; }
+    // The open log holds what no file holds yet: logs were combined, or it changed since
+    // it was last saved.
+    bool isModified() const { return modified_; }
 
     // Opens one file into the document: the first log becomes it, a log of the same session
     // is combined (and reported), anything else is refused and said in `message`.
@@ -57,6 +61,7 @@ public:
 
     // Writes the log to `path` as its file, atomically; the error names the file.
     Status saveTo(const std::string& path);
+    // Where the log was just saved, whole: it is no longer modified.
     void setSavedTo(const QString& path);
     void setMessage(const QString& message);
     void dismissImportReport();
@@ -70,9 +75,11 @@ signals:
     void messageChanged();
     void importReportChanged();
     void savedToChanged();
+    void modifiedChanged();
 
 private:
     void setLogCount(int count);
+    void setModified(bool modified);
     void notify(const LogChanges& changes);
 
     std::optional<SessionDoc> doc_;
@@ -81,6 +88,7 @@ private:
     QString message_;
     std::optional<std::vector<CombiningReport>> importReport_;
     QUrl savedTo_;
+    bool modified_ = false;
 };
 
 } // namespace korvalume

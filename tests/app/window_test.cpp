@@ -5,6 +5,7 @@
 
 #include "app/desk_types.h"
 #include "app/desk_view.h"
+#include "app/view_rules.h"
 #include "session/session_file.h"
 
 #include <QFileInfo>
@@ -35,6 +36,9 @@ QGuiApplication& guiApplication() {
     static QTemporaryDir settings;
     static QGuiApplication* app = [] {
         qputenv("QT_QPA_PLATFORM", "offscreen");
+        // Frames paced by a render thread, as on the users' screens, rather than by the
+        // offscreen platform's idle loop.
+        qputenv("QSG_RENDER_LOOP", "threaded");
         // The last frame rate chosen is remembered in the user's settings: these are the
         // test's own.
         qputenv("XDG_CONFIG_HOME", settings.path().toUtf8());
@@ -164,8 +168,9 @@ TEST_F(WindowTest, OpenedLogsShowTheSessionAndExportWaitsForAPlacedClip) {
     spec.seconds = 2;
     const auto movie = fixtures::makeMovie(desk.dir.file("card/C0001.MOV"), spec);
     QMetaObject::invokeMethod(
-        item("cameraCard:CAM A"), "folderDropped",
-        Q_ARG(QUrl, QUrl::fromLocalFile(QFileInfo(QString::fromStdString(movie)).path())));
+        item("cameraCard:CAM A"), "dropped",
+        Q_ARG(QVariant,
+              QVariant::fromValue(QList<QUrl>{QUrl::fromLocalFile(QFileInfo(qs(movie)).path())})));
     EXPECT_FALSE(desk->planner().folders().empty());
     ASSERT_TRUE(QTest::qWaitFor([&] { return item("exportButton")->isEnabled(); }, waitMs));
     EXPECT_TRUE(desk->planner().canExport());
@@ -188,6 +193,65 @@ TEST_F(WindowTest, ADeskThatDidNotStartTheSessionOffersToStopWatching) {
     click("dialogAccept", window_->findChild<QObject*>("endDialog"));
     ASSERT_TRUE(QTest::qWaitFor([&] { return !desk->live().isLive(); }, waitMs));
     EXPECT_FALSE(desk.doc().endedForAll) << "only this desk stops";
+}
+
+TEST_F(WindowTest, TheMasterClockOnScreenIsTheClockOfTheFrameShown) {
+    Desk desk;
+    show(*desk);
+    desk->live().start("NIGHT", FrameRate{25, false});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return item("runningClock") != nullptr; }, waitMs));
+    // Time runs a screen refresh per frame; every frame shown must carry its own time.
+    QObject::connect(
+        window_, &QQuickWindow::beforeSynchronizing, window_, [&] { desk.wallClock += 1.0 / 60; },
+        Qt::DirectConnection);
+    int frames = 0, late = 0;
+    QObject::connect(window_, &QQuickWindow::frameSwapped, window_, [&] {
+        ++frames;
+        const std::string expected = viewrules::timeOfDay(desk.doc(), desk.clock.now());
+        if (text("runningClock").toStdString() != expected ||
+            text("timeOfDay").toStdString() != expected)
+            ++late;
+    });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return frames >= 60; }, waitMs)) << frames << " frames";
+    EXPECT_EQ(late, 0) << "of " << frames << " frames";
+}
+
+TEST_F(WindowTest, AFileDroppedOnACameraCardIsOpenedAsALogNotTakenAsTheFolder) {
+    Desk desk;
+    show(*desk);
+    ShootLog shoot("HARBOUR", FrameRate::pal(), desk.wallClock - 50'000);
+    shoot.camera("CAM A");
+    shoot.doc.endedAt = MasterInstant(desk.wallClock - 40'000);
+    desk->open({shoot.write(desk.dir.file("a.korvalume"))});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return item("cameraCard:CAM A") != nullptr; }, waitMs));
+    shoot.camera("CAM B");
+    const auto second = shoot.write(desk.dir.file("b.korvalume"));
+    QMetaObject::invokeMethod(
+        item("cameraCard:CAM A"), "dropped",
+        Q_ARG(QVariant, QVariant::fromValue(QList<QUrl>{QUrl::fromLocalFile(qs(second))})));
+    EXPECT_TRUE(desk->planner().folders().empty()) << "a file is no card";
+    EXPECT_EQ(desk->document().logCount(), 2) << "it is opened like any dropped file";
+}
+
+TEST_F(WindowTest, AJoinLinkAsksBeforeClosingALogWithUnsavedChanges) {
+    Desk desk;
+    show(*desk);
+    ShootLog shoot("HARBOUR", FrameRate::pal(), desk.wallClock - 50'000);
+    shoot.camera("CAM A");
+    shoot.doc.endedAt = MasterInstant(desk.wallClock - 40'000);
+    const auto first = shoot.write(desk.dir.file("a.korvalume"));
+    shoot.camera("CAM B");
+    desk->open({first, shoot.write(desk.dir.file("b.korvalume"))});
+    ASSERT_TRUE(desk->document().isModified()) << "two logs combined, not saved";
+    SessionDoc other = session("DAY 2");
+    other.startedAt = MasterInstant(desk.wallClock - 100);
+    auto* view = window_->findChild<DeskView*>("deskView");
+    view->openJoinLink(qs(SessionLink::from(other).url()));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return shown("joinConfirmDialog"); }, waitMs));
+    EXPECT_EQ(desk.doc().name, "HARBOUR") << "nothing closes before the answer";
+    click("dialogAccept", window_->findChild<QObject*>("joinConfirmDialog"));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return desk->live().isLive(); }, waitMs));
+    EXPECT_EQ(desk.doc().name, "DAY 2");
 }
 
 } // namespace

@@ -3,12 +3,13 @@ import QtQuick.Layouts
 import Korvalume.Desk
 
 // One camera: its folder, its clips with how each was placed, and its warnings.
-// A folder dropped on the card is read for this camera.
+// A folder dropped on the card is read for this camera; files go where files dropped
+// anywhere go.
 Rectangle {
     id: card
     property var card: ({})
     signal folderRequested
-    signal folderDropped(url folder)
+    signal dropped(var urls)
     objectName: "cameraCard:" + (card.card.name || "")
     implicitHeight: column.implicitHeight + 28
     color: drop.containsDrag ? Qt.rgba(0.96, 0.65, 0.14, 0.12) : "white"
@@ -22,7 +23,7 @@ Rectangle {
         keys: ["text/uri-list"]
         onDropped: event => {
             if (event.hasUrls && event.urls.length > 0) {
-                card.folderDropped(event.urls[0]);
+                card.dropped(event.urls);
                 event.accept(Qt.CopyAction);
             }
         }

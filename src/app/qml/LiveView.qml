@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Korvalume.Desk
 
 // The running session: header, camera rows and the join panel. Redrawn ten times a
-// second by LiveState; every text comes from there.
+// second by LiveState, the master clock on every frame; every text comes from there.
 Item {
     id: live
     required property DeskView view
@@ -15,6 +15,16 @@ Item {
         model: live.view.model
         fixedNow: live.view.fixedNow
         hasFixedNow: live.view.hasFixedNow
+    }
+
+    // Phones read the clock off this screen: it is set on every frame the window draws.
+    FrameAnimation {
+        running: live.visible
+        onTriggered: {
+            const now = liveState.clockText();
+            timeOfDay.text = now;
+            runningClock.text = now;
+        }
     }
 
     ColumnLayout {
@@ -61,9 +71,10 @@ Item {
             ColumnLayout {
                 spacing: 4
                 Text {
+                    id: timeOfDay
                     objectName: "timeOfDay"
                     Layout.alignment: Qt.AlignRight
-                    text: liveState.timeOfDay
+                    text: liveState.clockText()
                     font: Kit.monoTracked(30, Font.Bold, -1)
                     color: Kit.ink
                 }
@@ -78,6 +89,16 @@ Item {
         }
         Hairline {
             Layout.fillWidth: true
+        }
+        // What the desk has to say while live: a refused log, a save that failed.
+        Text {
+            objectName: "liveMessage"
+            Layout.fillWidth: true
+            visible: text.length > 0
+            text: live.view.message
+            wrapMode: Text.WordWrap
+            font: Kit.mono(11, Font.DemiBold)
+            color: Kit.recRed
         }
 
         RowLayout {
@@ -232,9 +253,10 @@ Item {
                         dark: true
                     }
                     Text {
+                        id: runningClock
                         objectName: "runningClock"
                         Layout.fillWidth: true
-                        text: liveState.timeOfDay
+                        text: liveState.clockText()
                         font: Kit.monoTracked(28, Font.Bold, -28 / 30)
                         fontSizeMode: Text.HorizontalFit
                         minimumPointSize: 14

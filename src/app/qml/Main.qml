@@ -168,6 +168,19 @@ ApplicationWindow {
     }
 
     KitDialog {
+        id: joinConfirmDialog
+        objectName: "joinConfirmDialog"
+        title: deskView.joinConfirmTitle
+        text: deskView.joinConfirmMessage
+        acceptText: deskView.joinConfirmButton
+        destructive: true
+        rejectText: "Cancel"
+        visible: deskView.confirmJoin
+        onAccepted: deskView.joinAfterAll()
+        onClosed: if (deskView.confirmJoin) deskView.keepOpenLog()
+    }
+
+    KitDialog {
         id: joinDialog
         objectName: "joinDialog"
         title: "Open Join Link"

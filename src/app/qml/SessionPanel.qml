@@ -91,7 +91,7 @@ Flickable {
                     Layout.fillWidth: true
                     Layout.alignment: Qt.AlignTop
                     onFolderRequested: panel.folderRequested(modelData.cameraId, modelData.name)
-                    onFolderDropped: url => panel.view.setFolder(modelData.cameraId, url)
+                    onDropped: urls => panel.view.dropOnCard(modelData.cameraId, urls)
                 }
             }
         }
