@@ -6,6 +6,7 @@
 #include "desk/desk_model.h"
 #include "desk/desk_rules.h"
 #include "desk/desk_words.h"
+#include "platform/platform.h"
 #include "platform/system_services.h"
 #include "session/session_doc.h"
 
@@ -79,6 +80,21 @@ void DeskView::setRateIndex(int index) {
         return;
     rateIndex_ = index;
     emit rateChanged();
+}
+
+QString DeskView::operatorName() const {
+    return platform::operatorName();
+}
+
+void DeskView::setOperatorName(const QString& name) {
+    if (name.trimmed() == platform::operatorName().trimmed())
+        return;
+    platform::setOperatorName(name.trimmed());
+    emit operatorChanged();
+}
+
+QString DeskView::peerName() const {
+    return platform::displayName();
 }
 
 void DeskView::setConfirmEnd(bool up) {

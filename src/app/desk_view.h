@@ -28,6 +28,9 @@ class DeskView : public QObject {
     Q_PROPERTY(QStringList rateLabels READ rateLabels NOTIFY rateChanged)
     Q_PROPERTY(int rateIndex READ rateIndex WRITE setRateIndex NOTIFY rateChanged)
     Q_PROPERTY(bool confirmEnd READ confirmEnd WRITE setConfirmEnd NOTIFY confirmEndChanged)
+    // The operator's name, kept in the settings; the phones see it from the next link on.
+    Q_PROPERTY(QString operatorName READ operatorName WRITE setOperatorName NOTIFY operatorChanged)
+    Q_PROPERTY(QString peerName READ peerName NOTIFY operatorChanged)
 
     // Derived from the model.
     Q_PROPERTY(Panel panel READ panel NOTIFY changed)
@@ -80,6 +83,9 @@ public:
     int rateIndex() const;
     void setRateIndex(int index);
     bool confirmEnd() const { return confirmEnd_; }
+    QString operatorName() const;
+    void setOperatorName(const QString& name);
+    QString peerName() const;
     void setConfirmEnd(bool up);
 
     Panel panel() const;
@@ -142,6 +148,7 @@ signals:
     void rateChanged();
     void confirmEndChanged();
     void pendingJoinChanged();
+    void operatorChanged();
     void changed();
 
 private:

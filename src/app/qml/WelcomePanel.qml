@@ -86,23 +86,13 @@ Flickable {
                         SectionLabel {
                             text: "SESSION NAME"
                         }
-                        T.TextField {
+                        KitField {
                             id: nameField
                             objectName: "nameField"
                             width: parent.width
                             text: panel.view.name
                             onTextEdited: panel.view.name = text
                             onAccepted: panel.view.startSession()
-                            font: Kit.mono(12, Font.DemiBold)
-                            color: Kit.ink
-                            leftPadding: 10
-                            selectByMouse: true
-                            background: Rectangle {
-                                implicitHeight: 30
-                                color: "white"
-                                border.width: nameField.activeFocus ? 2 : 1
-                                border.color: nameField.activeFocus ? Kit.ink : Kit.rule
-                            }
                         }
                     }
                     Dropdown {
@@ -112,6 +102,20 @@ Flickable {
                         values: panel.view.rateLabels
                         currentIndex: panel.view.rateIndex
                         box.onActivated: index => panel.view.rateIndex = index
+                    }
+                }
+                Column {
+                    Layout.fillWidth: true
+                    spacing: 6
+                    SectionLabel {
+                        text: "YOUR NAME ON THE PHONES"
+                    }
+                    KitField {
+                        objectName: "operatorField"
+                        width: parent.width
+                        text: panel.view.operatorName
+                        placeholderText: panel.view.peerName
+                        onEditingFinished: panel.view.operatorName = text
                     }
                 }
                 StyledButton {
