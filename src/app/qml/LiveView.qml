@@ -17,13 +17,18 @@ Item {
         hasFixedNow: live.view.hasFixedNow
     }
 
-    // Phones read the clock off this screen: it is set on every frame the window draws.
-    FrameAnimation {
-        running: live.visible
-        onTriggered: {
+    // Phones read the clock off this screen: it is set as each frame is prepared, and each
+    // frame shown asks for the next, so the screen's refresh paces the clock.
+    Connections {
+        target: live.Window.window
+        enabled: live.visible
+        function onAfterAnimating() {
             const now = liveState.clockText();
             timeOfDay.text = now;
             runningClock.text = now;
+        }
+        function onFrameSwapped() {
+            live.Window.window.update();
         }
     }
 
